@@ -1,0 +1,25 @@
+# Flags of everything that this project compiles. A host that links the library gets none of them.
+add_library(qv_compiler INTERFACE)
+target_compile_options(qv_compiler INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wcast-qual -Wundef -Wvla -Werror
+  # A fused multiply-add rounds once where the description of a result rounds twice: results would depend on the
+  # processor and on the compiler's mood.
+  -ffp-contract=off
+  # No result depends on errno or on floating-point traps; without these two, loops with a comparison or a square
+  # root do not vectorise. Neither changes a value.
+  -fno-math-errno -fno-trapping-math)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86)$")
+  target_compile_options(qv_compiler INTERFACE
+    # x87 registers would keep more digits than a float or double holds, here and there.
+    -msse2 -mfpmath=sse
+    # Hosts align the stack to 4 bytes only.
+    -mstackrealign)
+endif()
+if(WIN32)
+  # windows.h: no min/max macros, no extras; the API level that the pixel-format calls need is below any supported.
+  target_compile_definitions(qv_compiler INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN)
+endif()
+if(QV_3D_SANITIZE)
+  add_compile_options(-fsanitize=${QV_3D_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${QV_3D_SANITIZE})
+endif()

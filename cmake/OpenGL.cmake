@@ -1,0 +1,21 @@
+# qv_opengl: OpenGL and GLEW, as the library links them.
+add_library(qv_opengl INTERFACE)
+if(WIN32)
+  # There is no GLEW package for MinGW: its one source file is compiled into the library.
+  set(QV_3D_GLEW_SOURCE "" CACHE PATH "GLEW's source tree (src/glew.c, include/GL/glew.h); scripts/setup fetches it")
+  if(NOT EXISTS ${QV_3D_GLEW_SOURCE}/src/glew.c)
+    message(FATAL_ERROR "Set QV_3D_GLEW_SOURCE to GLEW's source tree (scripts/setup --windows fetches it)")
+  endif()
+  add_library(qv_glew STATIC ${QV_3D_GLEW_SOURCE}/src/glew.c)
+  target_include_directories(qv_glew SYSTEM PUBLIC ${QV_3D_GLEW_SOURCE}/include)
+  target_compile_definitions(qv_glew PUBLIC GLEW_STATIC GLEW_NO_GLU)
+  target_compile_options(qv_glew PRIVATE -w $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:-mstackrealign>)
+  target_link_libraries(qv_glew PUBLIC opengl32)
+  target_link_libraries(qv_opengl INTERFACE qv_glew opengl32 gdi32 user32)
+else()
+  set(OpenGL_GL_PREFERENCE LEGACY) # libGL also carries the GLX calls that GLEW makes
+  find_package(OpenGL REQUIRED)
+  find_package(GLEW REQUIRED)
+  target_compile_definitions(qv_opengl INTERFACE GLEW_NO_GLU)
+  target_link_libraries(qv_opengl INTERFACE GLEW::GLEW OpenGL::GL)
+endif()

@@ -1,0 +1,68 @@
+// Vectors of a fixed logical width, whatever the instruction set: the compiler splits them into what it has. Only for
+// kernel files; everything here lives in the namespace of the instruction set.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qv::kernels::QV_KERNEL_ISA {
+
+inline constexpr int kLanes = 16;
+using Floats = float __attribute__((vector_size(64)));          // 16 floats
+using Ints = std::int32_t __attribute__((vector_size(64)));     // 16 masks: 0 or -1
+using HalfFloats = float __attribute__((vector_size(32)));      // 8 floats
+using HalfInts = std::int32_t __attribute__((vector_size(32)));
+using Doubles = double __attribute__((vector_size(64)));        // 8 doubles
+using Longs = std::int64_t __attribute__((vector_size(64)));
+
+#define QV_INLINE [[gnu::always_inline]] static inline
+
+inline constexpr float kBad = -1e10F;
+inline constexpr float kStart = 1e32F;
+
+QV_INLINE Floats Load(const float* from) {
+  Floats v;
+  __builtin_memcpy(&v, from, sizeof v);
+  return v;
+}
+QV_INLINE void Store(float* to, const Floats& v) { __builtin_memcpy(to, &v, sizeof v); }
+
+/// Loads count < 16 samples and fills up with missing ones.
+QV_INLINE Floats LoadTail(const float* from, std::ptrdiff_t count) {
+  float padded[kLanes];
+  for (int i = 0; i < kLanes; ++i) padded[i] = i < count ? from[i] : kBad;
+  return Load(padded);
+}
+
+/// -1 where a sample is neither the sentinel nor a NaN.
+QV_INLINE Ints Used(const Floats& z) { return (z < kBad) | (z > kBad); }
+QV_INLINE bool Used(float z) { return z < kBad || z > kBad; }
+
+/// The samples where the mask is set, 0 elsewhere.
+QV_INLINE Floats Masked(const Floats& z, const Ints& mask) {
+  return reinterpret_cast<Floats>(reinterpret_cast<Ints>(z) & mask);
+}
+
+QV_INLINE Doubles WidenLow(const Floats& z) {
+  HalfFloats half;
+  __builtin_memcpy(&half, &z, sizeof half);
+  return __builtin_convertvector(half, Doubles);
+}
+QV_INLINE Doubles WidenHigh(const Floats& z) {
+  HalfFloats half;
+  __builtin_memcpy(&half, reinterpret_cast<const char*>(&z) + sizeof half, sizeof half);
+  return __builtin_convertvector(half, Doubles);
+}
+
+/// Folds sixteen lanes in halves: i and i + 8, then i and i + 4, i + 2, i + 1.
+QV_INLINE double Fold(const Doubles& low, const Doubles& high) {
+  Doubles sum = low + high;
+  double lane[8];
+  __builtin_memcpy(lane, &sum, sizeof lane);
+  for (int half = 4; half > 0; half /= 2) {
+    for (int i = 0; i < half; ++i) lane[i] += lane[i + half];
+  }
+  return lane[0];
+}
+
+}  // namespace qv::kernels::QV_KERNEL_ISA
