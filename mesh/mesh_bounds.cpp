@@ -29,8 +29,11 @@ void WidenLanes(const float* coordinates, std::size_t count, Extremes* extremes)
   *extremes = found;
 }
 
-void WidenByOne(float value, float* minimum, float* maximum) {
+void Lower(float value, float* minimum) {
   if (value < *minimum) *minimum = value;
+}
+
+void Raise(float value, float* maximum) {
   if (value > *maximum) *maximum = value;
 }
 
@@ -67,11 +70,12 @@ void MeshBounds::Widen(const Triangle* triangles, std::size_t count) {
   std::memcpy(high, extremes.high, sizeof high);
 
   for (std::size_t i = 0; i < kLanes; ++i) {
-    WidenByOne(low[i], &minimum[i % kAxes], &maximum[i % kAxes]);
-    WidenByOne(high[i], &minimum[i % kAxes], &maximum[i % kAxes]);
+    Lower(low[i], &minimum[i % kAxes]);
+    Raise(high[i], &maximum[i % kAxes]);
   }
   for (std::size_t i = inLanes; i < coordinateCount; ++i) {
-    WidenByOne(coordinates[i], &minimum[i % kAxes], &maximum[i % kAxes]);
+    Lower(coordinates[i], &minimum[i % kAxes]);
+    Raise(coordinates[i], &maximum[i % kAxes]);
   }
   for (std::size_t axis = 0; axis < kAxes; ++axis) {
     RestoreFirstZero(coordinates, coordinateCount, axis, before.minimum[axis], &minimum[axis]);
