@@ -131,7 +131,7 @@ void Sides(benchmark::internal::Benchmark* b) {
   b->Arg(2048)->Arg(8192)->Unit(benchmark::kMillisecond);
 }
 
-BENCHMARK(StreamingRead)->Apply(Sides);
+BENCHMARK(StreamingRead)->Name("StreamingRead/memory")->Apply(Sides);
 BENCHMARK(Ours<ComputeAverage>)->Name("Average/QV_3D")->Apply(Sides);
 BENCHMARK(Plain<1>)->Name("Average/plain")->Apply(Sides);
 BENCHMARK(OpenCvNorm<cv::NORM_L1>)->Name("Average/OpenCV_norm_L1")->Apply(Sides);
