@@ -10,14 +10,14 @@ fail() {
   exit 1
 }
 
-# Configures and builds a preset; further arguments go to the configuration.
+# Configures and builds a preset; further arguments go to the build.
 build_preset() {
   local preset=$1
   shift
   say "configure $preset"
-  cmake --preset "$preset" "$@"
+  cmake --preset "$preset"
   say "build $preset"
-  cmake --build --preset "$preset" -j "$jobs"
+  cmake --build --preset "$preset" -j "$jobs" "$@"
 }
 
 # The C and C++ files of the project itself.

@@ -73,7 +73,9 @@ TEST(ExportTable, OtherNames_AreNotFound) {
   EXPECT_EQ(Lookup("NoSuchExport"), nullptr);
   EXPECT_EQ(Lookup("_ComputeAverage@12"), nullptr);
   EXPECT_EQ(Lookup("ComputeAverage@12"), nullptr);
+#ifdef _WIN32
   EXPECT_EQ(Lookup("glewInit"), nullptr) << "GLEW is linked in, not exported";
+#endif
 }
 
 TEST(PublicHeader, Types_HaveTheLayoutThatHostsUse) {
