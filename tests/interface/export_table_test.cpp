@@ -18,7 +18,11 @@ namespace {
 /// What an argument takes on the stack of 32-bit Windows.
 template <class Argument>
 constexpr unsigned Slot() {
-  return std::is_pointer_v<Argument> ? 4U : static_cast<unsigned>((sizeof(Argument) + 3) / 4 * 4);
+  if constexpr (std::is_pointer_v<Argument>) {
+    return 4;
+  } else {
+    return static_cast<unsigned>((sizeof(Argument) + 3) / 4 * 4);
+  }
 }
 
 /// Matches functions of the export convention only.
@@ -28,7 +32,7 @@ constexpr unsigned ArgumentBytes(Result(QV_CALL*)(Arguments...)) {
 }
 
 #define QV_EXPORT(Name, bytes) \
-  static_assert(ArgumentBytes(&Name) == (bytes), #Name ": the table and the header differ");
+  static_assert(ArgumentBytes(&(Name)) == (bytes), #Name ": the table and the header differ");
 #include "exports/export_table.inc"
 #undef QV_EXPORT
 
@@ -39,7 +43,7 @@ struct Row {
 
 std::vector<Row> Rows() {
   std::vector<Row> rows;
-#define QV_EXPORT(Name, bytes) rows.push_back({#Name, reinterpret_cast<void*>(&Name)});
+#define QV_EXPORT(Name, bytes) rows.push_back({#Name, reinterpret_cast<void*>(&(Name))});
 #include "exports/export_table.inc"
 #undef QV_EXPORT
   return rows;

@@ -147,6 +147,7 @@ TEST(StatelessExports, FirstCallsFromSeveralThreads_EqualThoseOfOneThread) {
   std::vector<std::vector<Bytes>> together(kThreads);
   std::atomic<int> waiting = kThreads;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   Jobs();
   for (int number = 0; number < kThreads; ++number) {
     threads.emplace_back([&together, &waiting, number] {
