@@ -15,8 +15,8 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86)$")
   target_compile_options(qv_compiler INTERFACE
     # x87 registers would keep more digits than a float or double holds, here and there.
     -msse2 -mfpmath=sse
-    # Hosts align the stack to 4 bytes only.
-    -mstackrealign)
+    # Hosts align the stack to 4 bytes only: every function that calls another or spills a vector aligns it anew.
+    -mincoming-stack-boundary=2)
 endif()
 if(WIN32)
   # windows.h: no min/max macros, no extras; the API level that the pixel-format calls need is below any supported.
