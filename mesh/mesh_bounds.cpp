@@ -1,0 +1,86 @@
+#include "mesh/mesh_bounds.h"
+
+#include <cstring>
+
+namespace qv::mesh {
+namespace {
+
+constexpr std::size_t kAxes = 3;
+// Four vertices at a time: every lane then sees one axis only.
+constexpr std::size_t kLanes = 4 * kAxes;
+using Floats = float __attribute__((vector_size(16)));
+
+struct Extremes {
+  Floats low[3];
+  Floats high[3];
+};
+
+/// Widens by `count` coordinates, a multiple of kLanes.
+void WidenLanes(const float* coordinates, std::size_t count, Extremes* extremes) {
+  Extremes found = *extremes;
+  for (std::size_t i = 0; i < count; i += kLanes) {
+    for (std::size_t part = 0; part < 3; ++part) {
+      Floats v;
+      std::memcpy(&v, coordinates + i + 4 * part, sizeof v);
+      found.low[part] = v < found.low[part] ? v : found.low[part];
+      found.high[part] = v > found.high[part] ? v : found.high[part];
+    }
+  }
+  *extremes = found;
+}
+
+void Lower(float value, float* minimum) {
+  if (value < *minimum) *minimum = value;
+}
+
+void Raise(float value, float* maximum) {
+  if (value > *maximum) *maximum = value;
+}
+
+/// The lanes have lost which of two zeros came first, the only equal values that differ.
+void RestoreFirstZero(const float* coordinates, std::size_t count, std::size_t axis, float before,
+                      float* extreme) {
+  if (*extreme != 0 || before == 0) return;
+  for (std::size_t i = axis; i < count; i += kAxes) {
+    if (coordinates[i] == 0) {
+      *extreme = coordinates[i];
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+void MeshBounds::Widen(const Triangle* triangles, std::size_t count) {
+  const auto* coordinates = reinterpret_cast<const float*>(triangles);
+  const std::size_t coordinateCount = count * (sizeof(Triangle) / sizeof(float));
+  const std::size_t inLanes = coordinateCount - coordinateCount % kLanes;
+  const MeshBounds before = *this;
+
+  float low[kLanes], high[kLanes];
+  for (std::size_t i = 0; i < kLanes; ++i) {
+    low[i] = minimum[i % kAxes];
+    high[i] = maximum[i % kAxes];
+  }
+  Extremes extremes;
+  std::memcpy(extremes.low, low, sizeof low);
+  std::memcpy(extremes.high, high, sizeof high);
+  WidenLanes(coordinates, inLanes, &extremes);
+  std::memcpy(low, extremes.low, sizeof low);
+  std::memcpy(high, extremes.high, sizeof high);
+
+  for (std::size_t i = 0; i < kLanes; ++i) {
+    Lower(low[i], &minimum[i % kAxes]);
+    Raise(high[i], &maximum[i % kAxes]);
+  }
+  for (std::size_t i = inLanes; i < coordinateCount; ++i) {
+    Lower(coordinates[i], &minimum[i % kAxes]);
+    Raise(coordinates[i], &maximum[i % kAxes]);
+  }
+  for (std::size_t axis = 0; axis < kAxes; ++axis) {
+    RestoreFirstZero(coordinates, coordinateCount, axis, before.minimum[axis], &minimum[axis]);
+    RestoreFirstZero(coordinates, coordinateCount, axis, before.maximum[axis], &maximum[axis]);
+  }
+}
+
+}  // namespace qv::mesh

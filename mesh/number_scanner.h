@@ -1,0 +1,20 @@
+// Numbers as formatted input (%f) reads them, but with a decimal point whatever the locale.
+#pragma once
+
+namespace qv::mesh {
+
+struct ScannedNumber {
+  const char* end;  ///< behind the last character looked upon as part of the number
+  bool isNumber;    ///< whether the characters up to `end` are a number
+  float value;
+};
+
+/// Scans the longest run of characters that is a number or the beginning of one: decimal or hexadecimal with
+/// an exponent, inf, infinity, nan, nan(...), in any letter case, with a sign. "1.0-2.0" ends at the second
+/// sign; "1e" is the beginning of a number and none itself. The value is the nearest float; too large gives
+/// an infinity, too small a zero or a denormal.
+///
+/// The text must be followed by a byte that is no part of any number, and 8 more bytes must be readable.
+ScannedNumber ScanNumber(const char* text);
+
+}  // namespace qv::mesh

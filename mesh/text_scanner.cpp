@@ -1,0 +1,109 @@
+#include "mesh/text_scanner.h"
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "mesh/number_scanner.h"
+
+namespace qv::mesh {
+namespace {
+
+/// White space of the C locale, whatever the locale is.
+constexpr bool IsSpace(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+std::uint64_t LoadEight(const char* text) {
+  std::uint64_t characters;
+  std::memcpy(&characters, text, sizeof characters);
+  return characters;
+}
+
+/// The bit that tells small letters from capitals, in the first `length` of eight characters.
+constexpr std::uint64_t CaseBits(int length) {
+  return 0x2020202020202020U >> (8 * (8 - length));
+}
+
+/// `keyword` holds small letters, at most eight. At least eight bytes and one more must be readable.
+bool IsKeyword(const char* text, const char* keyword, int length) {
+  static_assert(std::endian::native == std::endian::little);
+  std::uint64_t expected = 0;
+  std::memcpy(&expected, keyword, static_cast<std::size_t>(length));
+  const std::uint64_t found = (LoadEight(text) << (8 * (8 - length))) >> (8 * (8 - length));
+  return (found | CaseBits(length)) == expected && (IsSpace(text[length]) || text[length] == '\0');
+}
+
+TextScanner::Word Classify(const char* text) {
+  switch (*text | 0x20) {
+    case 'f':
+      return IsKeyword(text, "facet", 5) ? TextScanner::Word::kFacet : TextScanner::Word::kOther;
+    case 'e':
+      return IsKeyword(text, "endfacet", 8) ? TextScanner::Word::kEndFacet : TextScanner::Word::kOther;
+    case 'v':
+      return IsKeyword(text, "vertex", 6) ? TextScanner::Word::kVertex : TextScanner::Word::kOther;
+    default:
+      return TextScanner::Word::kOther;
+  }
+}
+
+/// The first white space at or behind `text`, or `end`.
+const char* FindSpace(const char* text, const char* end) {
+  for (;;) {
+    // Characters up to ' ' have a borrow or the high bit in (c - 0x21) & ~c. Later bytes may be found
+    // wrongly, never the first one.
+    const std::uint64_t characters = LoadEight(text);
+    const std::uint64_t low = (characters - 0x2121212121212121U) & ~characters & 0x8080808080808080U;
+    if (low == 0) {
+      text += 8;
+    } else {
+      text += std::countr_zero(low) / 8;
+      if (text >= end || IsSpace(*text)) break;
+      ++text;  // a control character is part of the word
+    }
+  }
+  return text < end ? text : end;
+}
+
+}  // namespace
+
+bool TextScanner::SkipSpace() {
+  for (;;) {
+    const char* text = reader_.Cursor();
+    while (IsSpace(*text)) ++text;
+    reader_.ConsumeTo(text);
+    if (text != reader_.End()) return true;
+    if (!reader_.ReadMore()) return false;
+  }
+}
+
+void TextScanner::SkipWord() {
+  for (;;) {
+    const char* space = FindSpace(reader_.Cursor(), reader_.End());
+    reader_.ConsumeTo(space);
+    if (space != reader_.End() || !reader_.ReadMore()) return;
+  }
+}
+
+TextScanner::Word TextScanner::NextWord() {
+  constexpr std::size_t kLongestKeyword = 8;
+  if (!SkipSpace()) return Word::kNone;
+  reader_.Have(kLongestKeyword + 1);  // less at the end of the file, and then zeros follow
+  const Word word = Classify(reader_.Cursor());
+  SkipWord();
+  return word;
+}
+
+bool TextScanner::NextNumber(float* value) {
+  if (!SkipSpace()) return false;
+  for (;;) {
+    const ScannedNumber number = ScanNumber(reader_.Cursor());
+    // What ends with the data read so far may go on behind them.
+    if (number.end == reader_.End() && reader_.ReadMore()) continue;
+    reader_.ConsumeTo(number.end);
+    *value = number.value;
+    return number.isNumber;
+  }
+}
+
+}  // namespace qv::mesh
