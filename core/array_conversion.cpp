@@ -7,8 +7,12 @@
 
 namespace {
 
-const qv::kernels::ArrayKernels& Arrays() { return qv::kernels::Active().arrays; }
-const qv::kernels::StatisticsKernels& Statistics() { return qv::kernels::Active().statistics; }
+const qv::kernels::ArrayKernels& Arrays() {
+  return qv::kernels::Active().arrays;
+}
+const qv::kernels::StatisticsKernels& Statistics() {
+  return qv::kernels::Active().statistics;
+}
 
 }  // namespace
 
@@ -50,8 +54,8 @@ unsigned QV_CALL NormalizeArrayFloats(float* data, int count, float targetMaximu
 }
 
 unsigned QV_CALL NormalizeArrayBytes(unsigned char* data, int count, unsigned char targetMaximum,
-                                     unsigned char targetMinimum, unsigned char* maximum, unsigned char* minimum,
-                                     int extremesOnly) {
+                                     unsigned char targetMinimum, unsigned char* maximum,
+                                     unsigned char* minimum, int extremesOnly) {
   std::uint8_t high = 0, low = 255;
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     high = data[i] > high ? data[i] : high;
@@ -82,7 +86,8 @@ unsigned QV_CALL ConvertFloatsToBytes(const float* source, unsigned char* destin
 unsigned QV_CALL ConvertFloatsToBytesWithThreshold(const float* source, unsigned char* destination, int count,
                                                    double threshold, unsigned char aboveValue,
                                                    unsigned char atOrBelowValue) {
-  Arrays().threshold(source, destination, count, threshold, qv::LowByte(aboveValue), qv::LowByte(atOrBelowValue));
+  Arrays().threshold(source, destination, count, threshold, qv::LowByte(aboveValue),
+                     qv::LowByte(atOrBelowValue));
   return 0;
 }
 

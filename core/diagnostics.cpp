@@ -14,6 +14,8 @@ void Print(const char* format, ...) {
   std::fflush(stderr);
 }
 
-void EndProcess() { std::exit(-1); }
+void EndProcess() {
+  std::exit(-1);
+}
 
 }  // namespace qv::diagnostics

@@ -1,5 +1,5 @@
-// Every message that the library prints and every path on which it ends the process goes through these functions.
-// Tests link their own versions (tests/support/fake_diagnostics.cpp) to watch them.
+// Every message that the library prints and every path on which it ends the process goes through these
+// functions. Tests link their own versions (tests/support/fake_diagnostics.cpp) to watch them.
 #pragma once
 
 namespace qv::diagnostics {

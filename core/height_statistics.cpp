@@ -10,7 +10,9 @@
 
 namespace {
 
-const qv::kernels::StatisticsKernels& Kernels() { return qv::kernels::Active().statistics; }
+const qv::kernels::StatisticsKernels& Kernels() {
+  return qv::kernels::Active().statistics;
+}
 
 unsigned StoreMean(const qv::kernels::Sum& sum, float* result) {
   if (sum.count == 0) return 1;
@@ -46,8 +48,12 @@ bool IsLocalValley(int x, int y, int width, const float* heights) {
   return StandsOut(x, y, width, heights, [](float neighbour, float centre) { return neighbour > centre; });
 }
 
-bool ComparePeaksDescending(float a, float b) { return a > b; }
-bool CompareValleysAscending(float a, float b) { return a < b; }
+bool ComparePeaksDescending(float a, float b) {
+  return a > b;
+}
+bool CompareValleysAscending(float a, float b) {
+  return a < b;
+}
 
 constexpr int kExtremaUsed = 5;
 
@@ -108,8 +114,8 @@ unsigned QV_CALL ComputePeakToValley(const float* heights, int count, float* res
   return 0;
 }
 
-// Skewness and kurtosis take the squares in the same pass, in the order of ComputeRMS: the same Rq for half the
-// reading.
+// Skewness and kurtosis take the squares in the same pass, in the order of ComputeRMS: the same Rq for half
+// the reading.
 
 unsigned QV_CALL ComputeSkewness(const float* heights, int count, float* result) {
   const auto sums = Kernels().thirdMoment(heights, count);

@@ -1,7 +1,8 @@
+#include "core/plane_fit.h"
+
 #include <cmath>
 #include <cstddef>
 
-#include "core/plane_fit.h"
 #include "core/samples.h"
 #include "exports/QV_3D.h"
 

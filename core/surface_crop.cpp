@@ -5,8 +5,8 @@
 
 #include "exports/QV_3D.h"
 
-int QV_CALL CropSurface(const void* source, void* destination, int firstColumn, int firstRow, int width, int height,
-                        int cropWidth, int cropHeight) {
+int QV_CALL CropSurface(const void* source, void* destination, int firstColumn, int firstRow, int width,
+                        int height, int cropWidth, int cropHeight) {
   const std::int64_t columnBegin = std::max(firstColumn, 0);
   const std::int64_t columnEnd = std::min<std::int64_t>(width, std::int64_t{firstColumn} + cropWidth);
   const std::int64_t rowBegin = std::max(firstRow, 0);

@@ -6,8 +6,8 @@
 
 namespace {
 
-/// The module's vertex list. SetVertices sets the count; nothing sets the pointer, and nothing frees either. The
-/// pointer is volatile so that reading through it really faults instead of being reasoned away.
+/// The module's vertex list. SetVertices sets the count; nothing sets the pointer, and nothing frees either.
+/// The pointer is volatile so that reading through it really faults instead of being reasoned away.
 struct VertexList {
   int count = 0;
   const QV_VertexRecord* volatile vertices = nullptr;
@@ -28,8 +28,8 @@ int QV_CALL SetVertices(int count, const QV_VertexRecord* records) {
   return count;
 }
 
-unsigned QV_CALL ComputeExtremes(float* maximumX, float* minimumX, float* maximumY, float* minimumY, float* maximumZ,
-                                 float* minimumZ) {
+unsigned QV_CALL ComputeExtremes(float* maximumX, float* minimumX, float* maximumY, float* minimumY,
+                                 float* maximumZ, float* minimumZ) {
   *maximumX = *maximumY = *maximumZ = -qv::kSearchStart;
   *minimumX = *minimumY = *minimumZ = qv::kSearchStart;
   for (std::ptrdiff_t i = 0; i < vertexList.count; ++i) {

@@ -3,31 +3,43 @@
  *
  * CONVENTIONS (they bind every function; an entry below states only what differs)
  *
- * Grids. A height map is a caller-owned, contiguous, row-major array: the sample of column x (0 <= x < width) and
- *   row y (0 <= y < height) lies at index y*width + x. Sizes are passed as a pair, width (samples per row) first.
- *   Heights, positions and sizes are in whatever unit the host uses; results come in the same unit.
- * Missing samples. The value -1e10 (QV_BAD_SAMPLE) marks a sample that was not measured. "Missing by value" means
- *   that a sample equals -1e10 or is a NaN; "missing by bit pattern" means that its bits are exactly those of -1e10
- *   (0xD01502F9 in a float), so that a NaN counts as a height. Each entry says which rule it follows.
- * Names. No suffix: double samples; f: float samples; i: int samples; f2 to f5: later float forms with further
- *   parameters. The statistics, conversions and imports take floats and carry no suffix.
+ * Grids. A height map is a caller-owned, contiguous, row-major array: the sample of column x (0 <= x < width)
+ * and row y (0 <= y < height) lies at index y*width + x. Sizes are passed as a pair, width (samples per row)
+ * first. Heights, positions and sizes are in whatever unit the host uses; results come in the same unit.
+ *
+ * Missing samples. The value -1e10 (QV_BAD_SAMPLE) marks a sample that was not measured. "Missing by value"
+ * means that a sample equals -1e10 or is a NaN; "missing by bit pattern" means that its bits are exactly
+ * those of -1e10 (0xD01502F9 in a float), so that a NaN counts as a height. Each entry says which rule it
+ * follows.
+ *
+ * Names. No suffix: double samples; f: float samples; i: int samples; f2 to f5: later float forms with
+ * further parameters. The statistics, conversions and imports take floats and carry no suffix.
+ *
  * Results. Most functions return a status, 0 for success and 1 for failure. The exceptions say so.
- * Precision. Sums and differences of float samples are formed in double; a result is rounded to float once, when it
- *   is stored. Every result is the same, bit for bit, on every processor, whatever vector instructions it has.
- * Memory. Every array belongs to the caller before, during and after the call. The library keeps no pointer to a
- *   caller's array. Input and output arrays must not overlap unless an entry says that it works in place. What a
- *   call allocates it releases, with one exception, noted at SetVertices.
- * Pointers and capacities are not checked: a null pointer or a buffer that is too small is the caller's fault. Every
- *   entry gives the size that its outputs must have.
+ *
+ * Precision. Sums and differences of float samples are formed in double; a result is rounded to float once,
+ * when it is stored. Every result is the same, bit for bit, on every processor, whatever vector instructions
+ * it has.
+ *
+ * Memory. Every array belongs to the caller before, during and after the call. The library keeps no pointer
+ * to a caller's array. Input and output arrays must not overlap unless an entry says that it works in place.
+ * What a call allocates it releases, with one exception, noted at SetVertices.
+ *
+ * Pointers and capacities are not checked: a null pointer or a buffer that is too small is the caller's
+ * fault. Every entry gives the size that its outputs must have.
+ *
  * Threads. "Any thread" means: may run on several threads at once on distinct arrays (inputs may be shared).
- *   "Import thread" means: one thread at a time over all functions so marked. "GL thread" means: only on the thread
- *   on which the OpenGL context is current. The library starts no thread and takes no lock.
- * The process. Only the mesh import ends the host process, and only where its entries say so: it writes a message
- *   to the standard error stream and exits with status -1. No other function prints, except the pixel-format choice.
+ * "Import thread" means: one thread at a time over all functions so marked. "GL thread" means: only on the
+ * thread on which the OpenGL context is current. The library starts no thread and takes no lock.
+ *
+ * The process. Only the mesh import ends the host process, and only where its entries say so: it writes a
+ * message to the standard error stream and exits with status -1. No other function prints, except the
+ * pixel-format choice.
+ *
  * Locale and environment. Nothing depends on the locale, on environment variables or on configuration files.
  *
- * This header is plain C (C89) and includes nothing. Exported names are undecorated on every platform; on 32-bit
- * Windows the functions use the stdcall convention.
+ * This header is plain C (C89) and includes nothing. Exported names are undecorated on every platform; on
+ * 32-bit Windows the functions use the stdcall convention.
  */
 #ifndef QV_3D_H
 #define QV_3D_H
@@ -53,7 +65,7 @@
 #define QV_API __attribute__((visibility("default")))
 #endif
 
-/* The value that marks a missing sample. As a float it is the float nearest to -1e10, which is -1e10 exactly. */
+/* The value that marks a missing sample. As a float it is the float nearest to -1e10, -1e10 exactly. */
 #define QV_BAD_SAMPLE (-1e10)
 
 #ifdef __cplusplus
@@ -66,23 +78,25 @@ typedef struct QV_VertexRecord {
   float x, y, z;
 } QV_VertexRecord;
 
-/* ------------------------------------------------------------------------------------------------------------------
+/* ====================================================================================================
  * Height statistics
  *
- * Each reduces a flat list of `count` heights (for a grid: width*height) to one number, about zero: level the data
- * first (RemoveAverage, FitLSPlane). Missing by value: such samples are skipped and the sums are divided by the
- * number of samples used. *result is written only when 0 is returned. Unit: that of the heights, unless said.
- * Any thread. Not checked: pointers.
- * --------------------------------------------------------------------------------------------------------------- */
+ * Each reduces a flat list of `count` heights (for a grid: width*height) to one number, about zero: level the
+ * data first (RemoveAverage, FitLSPlane). Missing by value: such samples are skipped and the sums are divided
+ * by the number of samples used. *result is written only when 0 is returned. Unit: that of the heights,
+ * unless said. Any thread. Not checked: pointers.
+ * ==================================================================================================== */
 
 /* Arithmetic mean deviation (Ra of a profile, Sa of a surface; ISO 4287, ISO 25178-2): the mean of |z|.
  * Returns 1 when count < 1 or when every sample is missing. */
 QV_API unsigned QV_CALL ComputeAverage(const float* heights, int count, float* result);
 
-/* Root mean square height (Rq, Sq): sqrt(mean of z*z). Returns 1 when count < 1 or when every sample is missing. */
+/* Root mean square height (Rq, Sq): sqrt(mean of z*z). Returns 1 when count < 1 or when every sample is
+ * missing. */
 QV_API unsigned QV_CALL ComputeRMS(const float* heights, int count, float* result);
 
-/* Highest sample (Rp, Sp). Always returns 0; with no usable sample (or count < 1) the result is the float -1e32. */
+/* Highest sample (Rp, Sp). Always returns 0; with no usable sample (or count < 1) the result is the float
+ * -1e32. */
 QV_API unsigned QV_CALL ComputePeak(const float* heights, int count, float* result);
 
 /* Magnitude of the lowest sample, |min z| (Rv, Sv): positive also where every sample lies above zero. Always
@@ -92,214 +106,228 @@ QV_API unsigned QV_CALL ComputeValley(const float* heights, int count, float* re
 /* Highest minus lowest sample (Rt, Sz). Always returns 0; with no usable sample the result is about -2e32. */
 QV_API unsigned QV_CALL ComputePeakToValley(const float* heights, int count, float* result);
 
-/* Skewness (Rsk, Ssk): mean(z*z*z) / Rq^3, without unit, with Rq rounded to float as ComputeRMS gives it. The mean
- * is not removed. NaN with status 0 when every used sample is 0. Returns 1 where ComputeRMS does. */
+/* Skewness (Rsk, Ssk): mean(z*z*z) / Rq^3, without unit, with Rq rounded to float as ComputeRMS gives it. The
+ * mean is not removed. NaN with status 0 when every used sample is 0. Returns 1 where ComputeRMS does. */
 QV_API unsigned QV_CALL ComputeSkewness(const float* heights, int count, float* result);
 
 /* Kurtosis (Rku, Sku): mean(z^4) / Rq^4, without unit; 3 for normally distributed heights. Otherwise as
  * ComputeSkewness. */
 QV_API unsigned QV_CALL ComputeKurtosis(const float* heights, int count, float* result);
 
-/* Ten-point height over a grid of width x height samples: the mean of the five highest local peaks minus the mean
- * of the five lowest local valleys. A peak (valley) is an inner sample strictly above (below) all its eight
- * neighbours, none of which is missing. Returns 1 with fewer than 3 rows or columns, and with fewer than 5 peaks
- * and fewer than 5 valleys; when only one of the lists is short its absent entries count as height 0. Returns 0
- * without writing the result when the work memory (8 bytes per sample) cannot be had. */
+/* Ten-point height over a grid of width x height samples: the mean of the five highest local peaks minus the
+ * mean of the five lowest local valleys. A peak (valley) is an inner sample strictly above (below) all its
+ * eight neighbours, none of which is missing. Returns 1 with fewer than 3 rows or columns, and with fewer
+ * than 5 peaks and fewer than 5 valleys; when only one of the lists is short its absent entries count as
+ * height 0. Returns 0 without writing the result when the work memory (8 bytes per sample) cannot be had. */
 QV_API unsigned QV_CALL ComputeTenPointHeight(const float* heights, int width, int height, float* result);
 
-/* ------------------------------------------------------------------------------------------------------------------
+/* ====================================================================================================
  * Normalisation and conversion
  *
  * Each works on `count` consecutive elements, in place or from a source to a destination of `count` elements.
  * Missing samples keep their value (or leave the destination element untouched). count < 1 does nothing.
  * Any thread. Not checked: pointers.
- * --------------------------------------------------------------------------------------------------------------- */
+ * ==================================================================================================== */
 
-/* Stretches the values linearly so that [minimum, maximum] of the data becomes [targetMinimum, targetMaximum], and
- * reports the extremes found. A constant array becomes targetMinimum everywhere. With extremesOnly non-zero the
- * extremes are reported and the data stay as they are. Missing by bit pattern of the double -1e10. Returns 1, with
- * -1e32 and 1e32 in *maximum and *minimum and the data untouched, when no usable element was found. */
-QV_API unsigned QV_CALL NormalizeArrayDoubles(double* data, int count, double targetMaximum, double targetMinimum,
-                                              double* maximum, double* minimum, int extremesOnly);
+/* Stretches the values linearly so that [minimum, maximum] of the data becomes [targetMinimum,
+ * targetMaximum], and reports the extremes found. A constant array becomes targetMinimum everywhere. With
+ * extremesOnly non-zero the extremes are reported and the data stay as they are. Missing by bit pattern of
+ * the double -1e10. Returns 1, with -1e32 and 1e32 in *maximum and *minimum and the data untouched, when no
+ * usable element was found. */
+QV_API unsigned QV_CALL NormalizeArrayDoubles(double* data, int count, double targetMaximum,
+                                              double targetMinimum, double* maximum, double* minimum,
+                                              int extremesOnly);
 
-/* As NormalizeArrayDoubles for floats, missing by value. Always returns 0; with no usable element the extremes hold
- * the floats -1e32 and 1e32. The factor is rounded to float, each new value is formed in double. */
+/* As NormalizeArrayDoubles for floats, missing by value. Always returns 0; with no usable element the
+ * extremes hold the floats -1e32 and 1e32. The factor is rounded to float, each new value is formed in
+ * double. */
 QV_API unsigned QV_CALL NormalizeArrayFloats(float* data, int count, float targetMaximum, float targetMinimum,
                                              float* maximum, float* minimum, int extremesOnly);
 
-/* As NormalizeArrayDoubles for bytes, of which none is missing. New values are truncated toward zero and reduced to
- * their low 8 bits. Returns 1, with the data untouched, when the maximum found is 0 or the minimum found is 255:
- * all-zero and all-255 arrays cannot be normalised. Of the byte arguments only the low 8 bits are used. */
+/* As NormalizeArrayDoubles for bytes, of which none is missing. New values are truncated toward zero and
+ * reduced to their low 8 bits. Returns 1, with the data untouched, when the maximum found is 0 or the minimum
+ * found is 255: all-zero and all-255 arrays cannot be normalised. Of the byte arguments only the low 8 bits
+ * are used. */
 QV_API unsigned QV_CALL NormalizeArrayBytes(unsigned char* data, int count, unsigned char targetMaximum,
                                             unsigned char targetMinimum, unsigned char* maximum,
                                             unsigned char* minimum, int extremesOnly);
 
-/* destination[i] = the low 8 bits of source[i] truncated toward zero to a 32-bit integer (300 gives 44, -1 gives
- * 255, a value outside the 32-bit range gives 0). Missing by value. Returns 0. */
+/* destination[i] = the low 8 bits of source[i] truncated toward zero to a 32-bit integer (300 gives 44, -1
+ * gives 255, a value outside the 32-bit range gives 0). Missing by value. Returns 0. */
 QV_API unsigned QV_CALL ConvertFloatsToBytes(const float* source, unsigned char* destination, int count);
 
-/* destination[i] = aboveValue where source[i] > threshold (compared in double), else atOrBelowValue. Missing by
- * value. Returns 0. */
-QV_API unsigned QV_CALL ConvertFloatsToBytesWithThreshold(const float* source, unsigned char* destination, int count,
-                                                          double threshold, unsigned char aboveValue,
+/* destination[i] = aboveValue where source[i] > threshold (compared in double), else atOrBelowValue. Missing
+ * by value. Returns 0. */
+QV_API unsigned QV_CALL ConvertFloatsToBytesWithThreshold(const float* source, unsigned char* destination,
+                                                          int count, double threshold,
+                                                          unsigned char aboveValue,
                                                           unsigned char atOrBelowValue);
 
-/* Overwrites every missing sample (by value, so NaN too) with the smallest of the others; with the float 1e32 when
- * there are no others. Returns 0. */
+/* Overwrites every missing sample (by value, so NaN too) with the smallest of the others; with the float 1e32
+ * when there are no others. Returns 0. */
 QV_API unsigned QV_CALL ReplaceBadSamplesWithMinimum(float* data, int count);
 
 /* Multiplies every sample by factor (in double, rounded to float). Missing by value. Returns 0. */
 QV_API unsigned QV_CALL ScaleArrayFloats(float* data, int count, double factor);
 
-/* Subtracts the mean of the samples from every sample. Missing by value. Returns 1, with the data untouched, when
- * count < 1 or every sample is missing. */
+/* Subtracts the mean of the samples from every sample. Missing by value. Returns 1, with the data untouched,
+ * when count < 1 or every sample is missing. */
 QV_API unsigned QV_CALL RemoveAverage(float* data, int count);
 
-/* ------------------------------------------------------------------------------------------------------------------
+/* ====================================================================================================
  * Plane fit, extremes of a vertex list, cropping
- * --------------------------------------------------------------------------------------------------------------- */
+ * ==================================================================================================== */
 
 /* Fits the least-squares plane z = a*x + b*y + c to `count` points (3 floats x, y, z each; 3*count floats).
- * Returns 1 when a plane was found and 0 when the normal equations are singular (fewer than three points, or all on
- * a line); then a, b and c are the float 1e32. No point counts as missing: leave them out. The sums of y*y and y*z
- * are carried as floats, so give coordinates near the origin. Any thread. */
+ * Returns 1 when a plane was found and 0 when the normal equations are singular (fewer than three points, or
+ * all on a line); then a, b and c are the float 1e32. No point counts as missing: leave them out. The sums of
+ * y*y and y*z are carried as floats, so give coordinates near the origin. Any thread. */
 QV_API int QV_CALL FitLSPlane(const float* points, int count, float* a, float* b, float* c);
 
-/* Sets the number of vertices that ComputeExtremes scans and returns it. The list that ComputeExtremes reads is not
- * set: a copy of `count` records is taken and never used (with the default build it is never released either).
- * Import thread. */
+/* Sets the number of vertices that ComputeExtremes scans and returns it. The list that ComputeExtremes reads
+ * is not set: a copy of `count` records is taken and never used (with the default build it is never released
+ * either). Import thread. */
 QV_API int QV_CALL SetVertices(int count, const QV_VertexRecord* records);
 
-/* Writes the extremes of the module's vertex list: -1e32 (maxima) and 1e32 (minima) as floats while the count of
- * SetVertices is below 1. With a count of 1 or more it reads through the list pointer, which nothing sets: the
- * process faults. Returns 0. Import thread. */
+/* Writes the extremes of the module's vertex list: -1e32 (maxima) and 1e32 (minima) as floats while the count
+ * of SetVertices is below 1. With a count of 1 or more it reads through the list pointer, which nothing sets:
+ * the process faults. Returns 0. Import thread. */
 QV_API unsigned QV_CALL ComputeExtremes(float* maximumX, float* minimumX, float* maximumY, float* minimumY,
                                         float* maximumZ, float* minimumZ);
 
-/* Copies the block of cropWidth x cropHeight samples at (firstColumn, firstRow) of a width x height grid of 4-byte
- * samples, clipped to the grid, to a packed destination of (min(width, firstColumn + cropWidth) -
- * max(0, firstColumn)) columns and as many rows by the same rule; nothing where the block lies outside. Samples are
- * copied bit for bit. Returns 1, always. Any thread. */
-QV_API int QV_CALL CropSurface(const void* source, void* destination, int firstColumn, int firstRow, int width,
-                               int height, int cropWidth, int cropHeight);
+/* Copies the block of cropWidth x cropHeight samples at (firstColumn, firstRow) of a width x height grid of
+ * 4-byte samples, clipped to the grid, to a packed destination of (min(width, firstColumn + cropWidth) -
+ * max(0, firstColumn)) columns and as many rows by the same rule; nothing where the block lies outside.
+ * Samples are copied bit for bit. Returns 1, always. Any thread. */
+QV_API int QV_CALL CropSurface(const void* source, void* destination, int firstColumn, int firstRow,
+                               int width, int height, int cropWidth, int cropHeight);
 
-/* ------------------------------------------------------------------------------------------------------------------
+/* ====================================================================================================
  * Mesh import
  *
- * Parse, then Convert (or CleanUp): the mesh is kept inside the library in between, one at a time. Import thread.
- * A HOST THAT MUST SURVIVE BAD FILES RUNS THE IMPORT IN A CHILD PROCESS.
- * --------------------------------------------------------------------------------------------------------------- */
+ * Parse, then Convert (or CleanUp): the mesh is kept inside the library in between, one at a time. Import
+ * thread. A HOST THAT MUST SURVIVE BAD FILES RUNS THE IMPORT IN A CHILD PROCESS.
+ * ==================================================================================================== */
 
-/* Loads the triangles of an STL file, binary or ASCII, and reports their bounding box (unit of the file) and number.
- * A file whose first five characters are "solid", in any letter case, is read as ASCII, any other as binary. Facet
- * normals and attribute words are ignored. Numbers are read with a decimal point whatever the locale. The announced
- * count is not trusted: the triangles that are there are kept. Returns 0.
- * Ends the process (exit status -1) after "Failed to open or recognise the STL file\n" when the file cannot be
- * opened, is empty or is binary and shorter than its 80-byte header, and after "Failed to read any triangles\n" when
- * it holds none. A truncated or malformed record prints a "ReadSTL - ..." line on the standard error stream and
- * reading stops with the triangles so far. A mesh still loaded from an earlier call is replaced. */
+/* Loads the triangles of an STL file, binary or ASCII, and reports their bounding box (unit of the file) and
+ * number. A file whose first five characters are "solid", in any letter case, is read as ASCII, any other as
+ * binary. Facet normals and attribute words are ignored. Numbers are read with a decimal point whatever the
+ * locale. The announced count is not trusted: the triangles that are there are kept. Returns 0. Ends the
+ * process (exit status -1) after "Failed to open or recognise the STL file\n" when the file cannot be opened,
+ * is empty or is binary and shorter than its 80-byte header, and after "Failed to read any triangles\n" when
+ * it holds none. A truncated or malformed record prints a "ReadSTL - ..." line on the standard error stream
+ * and reading stops with the triangles so far. A mesh still loaded from an earlier call is replaced. */
 QV_API unsigned QV_CALL ParseSTLFile(const char* fileName, float* minX, float* maxX, float* minY, float* maxY,
                                      float* minZ, float* maxZ, int* triangleCount);
 
-/* Releases the loaded mesh, for a host that parses but does not convert. Without a mesh it does nothing. Returns
- * 0. */
+/* Releases the loaded mesh, for a host that parses but does not convert. Without a mesh it does nothing.
+ * Returns 0. */
 QV_API unsigned QV_CALL CleanUpSTL(void);
 
-/* Turns the loaded mesh into heights on a grid of (nx+1) x (ny+1) samples, nx and ny being numbers of intervals, and
- * releases the mesh. The grid starts at (minX + xOffset, minY + yOffset) of the mesh and spans xSize x ySize.
- * heights: (nx+1)*(ny+1) floats, row-major, rows along y. A sample takes the height of the first triangle (in file
- * order, pieces made by the refinement of long edges after the whole ones) that covers it in x-y, -1e10 where none
- * does, and 0.0 where that triangle's doubled area in x-y is 1e-6 or less: scale meshes of tiny units up first.
- * nx or ny of 0: all missing; negative: nothing written. Returns 1 when memory runs out or no mesh is loaded.
- * Ends the process (exit status -1) after "Bad cell index - shouldn't happen\n" when the mesh has fewer than 200
- * triangles, no extent in x or in y, or an x or y that is not finite. */
+/* Turns the loaded mesh into heights on a grid of (nx+1) x (ny+1) samples, nx and ny being numbers of
+ * intervals, and releases the mesh. The grid starts at (minX + xOffset, minY + yOffset) of the mesh and spans
+ * xSize x ySize. heights: (nx+1)*(ny+1) floats, row-major, rows along y. A sample takes the height of the
+ * first triangle (in file order, pieces made by the refinement of long edges after the whole ones) that
+ * covers it in x-y, -1e10 where none does, and 0.0 where that triangle's doubled area in x-y is 1e-6 or less:
+ * scale meshes of tiny units up first. nx or ny of 0: all missing; negative: nothing written. Returns 1 when
+ * memory runs out or no mesh is loaded. Ends the process (exit status -1) after "Bad cell index - shouldn't
+ * happen\n" when the mesh has fewer than 200 triangles, no extent in x or in y, or an x or y that is not
+ * finite. */
 QV_API unsigned QV_CALL ConvertSTLFile(int nx, int ny, float xOffset, float yOffset, float xSize, float ySize,
                                        float* heights);
 
-/* ------------------------------------------------------------------------------------------------------------------
+/* ====================================================================================================
  * GL context
  *
  * Creating a rendering context and making it current is the host's business.
- * --------------------------------------------------------------------------------------------------------------- */
+ * ==================================================================================================== */
 
-/* Chooses a double-buffered RGBA window format with a depth buffer for a Windows device context (HDC), sets it and
- * returns its 1-based index. Most colour bits win, then most depth bits, then the first. Only when (the low 8 bits
- * of) preferAccelerated is 1 are accelerated formats tried first, and a driver's format is not given up for a
- * generic accelerated one; otherwise only software formats are considered. Returns -1 after a message box when there
- * is none, and -1 when it cannot be set. On other platforms: -1 and the message on the standard error stream. */
+/* Chooses a double-buffered RGBA window format with a depth buffer for a Windows device context (HDC), sets
+ * it and returns its 1-based index. Most colour bits win, then most depth bits, then the first. Only when
+ * (the low 8 bits of) preferAccelerated is 1 are accelerated formats tried first, and a driver's format is
+ * not given up for a generic accelerated one; otherwise only software formats are considered. Returns -1
+ * after a message box when there is none, and -1 when it cannot be set. On other platforms: -1 and the
+ * message on the standard error stream. */
 QV_API int QV_CALL PickPixelFormat(void* dc, unsigned char preferAccelerated);
 
-/* Chooses and sets the first 24-bit RGBA format without palette that draws to bitmaps, for an off-screen Windows
- * device context. Returns its index, 0 when the device reports no formats, -1 when none matches or it cannot be set.
- * On other platforms: 0. */
+/* Chooses and sets the first 24-bit RGBA format without palette that draws to bitmaps, for an off-screen
+ * Windows device context. Returns its index, 0 when the device reports no formats, -1 when none matches or it
+ * cannot be set. On other platforms: 0. */
 QV_API int QV_CALL PickMemoryPixelFormat(void* dc);
 
-/* Loads the OpenGL extension entry points; call it once a context is current and before any function that uses
- * buffer objects, separate stencil operations or shader objects. Returns GLEW's result, 0 for success. On Linux a
- * context made through EGL counts as success too, though GLEW reports its missing GLX display. GL thread. */
+/* Loads the OpenGL extension entry points; call it once a context is current and before any function that
+ * uses buffer objects, separate stencil operations or shader objects. Returns GLEW's result, 0 for success.
+ * On Linux a context made through EGL counts as success too, though GLEW reports its missing GLX display. GL
+ * thread. */
 QV_API unsigned QV_CALL InitGlew(void);
 
 /* Returns 0 when every name in the space-separated list of extensions and versions ("GL_VERSION_2_0
  * GL_ARB_shader_objects") is supported, else 1. Call InitGlew first. GL thread. */
 QV_API unsigned QV_CALL IsExtensionSupported(const char* names);
 
-/* ------------------------------------------------------------------------------------------------------------------
+/* ====================================================================================================
  * Surface normals
  *
- * One unit normal (x, y, z) per sample of a width x height grid: normals holds 3*width*height values, sample order.
- * Sample (i, j) lies at x = i*xSize/(width-1) + xOffset, y = j*ySize/(height-1) - yOffset, z = the raw height; the
- * offsets do not influence normals. Each normal is the normalised sum of the unit normals of the triangles that the
- * sample makes with adjacent neighbours inside the grid. All return 0. A grid of width or height 1 gives (0, 0, 0).
- * Any thread. Not checked: pointers.
- * --------------------------------------------------------------------------------------------------------------- */
+ * One unit normal (x, y, z) per sample of a width x height grid: normals holds 3*width*height values, sample
+ * order. Sample (i, j) lies at x = i*xSize/(width-1) + xOffset, y = j*ySize/(height-1) - yOffset, z = the raw
+ * height; the offsets do not influence normals. Each normal is the normalised sum of the unit normals of the
+ * triangles that the sample makes with adjacent neighbours inside the grid. All return 0. A grid of width or
+ * height 1 gives (0, 0, 0). Any thread. Not checked: pointers.
+ * ==================================================================================================== */
 
 /* Double samples, 4 neighbours, unit frame (xSize = ySize = 1). No sample counts as missing. */
 QV_API unsigned QV_CALL ComputeSurfaceNormals(const double* h, int width, int height, double* normals);
 
-/* Float samples, 4 neighbours. Missing by value: a triangle with a missing neighbour is left out (the sample itself
- * is not tested), and a sample that loses all its triangles gets (0, 0, 0), except at the corners: (0, 0, 1) at the
- * last column and last row, (1, 0, 0) at the other three. */
-QV_API unsigned QV_CALL ComputeSurfaceNormalsf(const float* h, int width, int height, float* normals, float xOffset,
-                                               float yOffset, float xSize, float ySize);
+/* Float samples, 4 neighbours. Missing by value: a triangle with a missing neighbour is left out (the sample
+ * itself is not tested), and a sample that loses all its triangles gets (0, 0, 0), except at the corners: (0,
+ * 0, 1) at the last column and last row, (1, 0, 0) at the other three. */
+QV_API unsigned QV_CALL ComputeSurfaceNormalsf(const float* h, int width, int height, float* normals,
+                                               float xOffset, float yOffset, float xSize, float ySize);
 
 /* As ComputeSurfaceNormalsf with the 6 neighbours of the grid whose cells are split along the diagonal from
  * (i+1, j) to (i, j+1). */
-QV_API unsigned QV_CALL ComputeSurfaceNormalsf2(const float* h, int width, int height, float* normals, float xOffset,
-                                                float yOffset, float xSize, float ySize);
+QV_API unsigned QV_CALL ComputeSurfaceNormalsf2(const float* h, int width, int height, float* normals,
+                                                float xOffset, float yOffset, float xSize, float ySize);
 
-/* ------------------------------------------------------------------------------------------------------------------
+/* ====================================================================================================
  * Surface drawing
  *
- * Draw a width x height grid in OpenGL immediate mode, one strip per pair of rows. `mode` is the primitive given to
- * glBegin (GL_TRIANGLE_STRIP, GL_QUAD_STRIP ...). Projection, lighting, textures and materials are the host's; no
- * GL state is changed (but see RenderSurface) or restored. GL thread. All return 0. Not checked: pointers, sizes;
- * a width, height or step below 1 draws nothing, a width or height of 1 divides by zero in the placement.
+ * Draw a width x height grid in OpenGL immediate mode, one strip per pair of rows. `mode` is the primitive
+ * given to glBegin (GL_TRIANGLE_STRIP, GL_QUAD_STRIP ...). Projection, lighting, textures and materials are
+ * the host's; no GL state is changed (but see RenderSurface) or restored. GL thread. All return 0. Not
+ * checked: pointers, sizes; a width, height or step below 1 draws nothing, a width or height of 1 divides by
+ * zero in the placement.
  *
  * Placement: x = i*(xSize/(width-1)) + xOffset, y = j*(ySize/(height-1)) - yOffset, z = zScale*h; yOffset is
- *   subtracted. The double forms place x = i/(width-1) - 0.5, y = j/(height-1) - 0.5, z = zScale*h.
- * Steps: every step-th (colStep-th, rowStep-th) column and row is drawn; the last column and row always are, for
- *   which one more strip follows the regular ones (of no area where the step lands on the last row).
- * Per-sample arrays, sample order: normals 3 values; grey 1 value in 0..1; rgb 3 values in 0..1; tex 1 value, the
- *   coordinate into the 1-D texture that the host has bound; ao 1 value in 0..1.
- * Missing samples: forms marked [holes] draw no triangle that touches a sample missing by bit pattern; the strip is
- *   broken and taken up again behind the hole, and each pair of vertices goes lower row first. The other forms draw
- *   missing samples as heights, upper row first.
- * shader: the slot number of a shader program. The named vertex attribute is looked up in it once per call; a slot
- *   outside 0..39 or an attribute that the program does not have leaves the attribute out.
- * --------------------------------------------------------------------------------------------------------------- */
+ * subtracted. The double forms place x = i/(width-1) - 0.5, y = j/(height-1) - 0.5, z = zScale*h.
+ *
+ * Steps: every step-th (colStep-th, rowStep-th) column and row is drawn; the last column and row always are,
+ * for which one more strip follows the regular ones (of no area where the step lands on the last row).
+ *
+ * Per-sample arrays, sample order: normals 3 values; grey 1 value in 0..1; rgb 3 values in 0..1; tex 1 value,
+ * the coordinate into the 1-D texture that the host has bound; ao 1 value in 0..1.
+ *
+ * Missing samples: forms marked [holes] draw no triangle that touches a sample missing by bit pattern; the
+ * strip is broken and taken up again behind the hole, and each pair of vertices goes lower row first. The
+ * other forms draw missing samples as heights, upper row first.
+ *
+ * shader: the slot number of a shader program. The named vertex attribute is looked up in it once per call; a
+ * slot outside 0..39 or an attribute that the program does not have leaves the attribute out.
+ * ==================================================================================================== */
 
-/* Normals, every sample, unit frame, GL_QUAD_STRIP. Enables GL_NORMALIZE and sets the colour to grey 0.5, and leaves
- * both so. `unused` is not read. No closing strip. */
-QV_API unsigned QV_CALL RenderSurface(const double* h, const double* normals, int width, int height, int unused);
+/* Normals, every sample, unit frame, GL_QUAD_STRIP. Enables GL_NORMALIZE and sets the colour to grey 0.5, and
+ * leaves both so. `unused` is not read. No closing strip. */
+QV_API unsigned QV_CALL RenderSurface(const double* h, const double* normals, int width, int height,
+                                      int unused);
 
 /* Vertices only. */
-QV_API unsigned QV_CALL RenderSurfacef(const float* h, int width, int height, int step, unsigned mode, float zScale,
-                                       float xOffset, float yOffset, float xSize, float ySize);
+QV_API unsigned QV_CALL RenderSurfacef(const float* h, int width, int height, int step, unsigned mode,
+                                       float zScale, float xOffset, float yOffset, float xSize, float ySize);
 
 /* Vertices only, separate steps. [holes] */
 QV_API unsigned QV_CALL RenderSurfacef2(const float* h, int width, int height, int colStep, int rowStep,
-                                        unsigned mode, float zScale, float xOffset, float yOffset, float xSize,
-                                        float ySize);
+                                        unsigned mode, float zScale, float xOffset, float yOffset,
+                                        float xSize, float ySize);
 
 /* Normals. */
 QV_API unsigned QV_CALL RenderSurfaceWithNormalsf(const float* h, const float* normals, int width, int height,
@@ -307,106 +335,121 @@ QV_API unsigned QV_CALL RenderSurfaceWithNormalsf(const float* h, const float* n
                                                   float yOffset, float xSize, float ySize);
 
 /* Normals, separate steps. */
-QV_API unsigned QV_CALL RenderSurfaceWithNormalsf2(const float* h, const float* normals, int width, int height,
-                                                   int colStep, int rowStep, unsigned mode, float zScale,
-                                                   float xOffset, float yOffset, float xSize, float ySize);
+QV_API unsigned QV_CALL RenderSurfaceWithNormalsf2(const float* h, const float* normals, int width,
+                                                   int height, int colStep, int rowStep, unsigned mode,
+                                                   float zScale, float xOffset, float yOffset, float xSize,
+                                                   float ySize);
 
 /* Normals, separate steps. [holes] */
-QV_API unsigned QV_CALL RenderSurfaceWithNormalsf3(const float* h, const float* normals, int width, int height,
-                                                   int colStep, int rowStep, unsigned mode, float zScale,
-                                                   float xOffset, float yOffset, float xSize, float ySize);
+QV_API unsigned QV_CALL RenderSurfaceWithNormalsf3(const float* h, const float* normals, int width,
+                                                   int height, int colStep, int rowStep, unsigned mode,
+                                                   float zScale, float xOffset, float yOffset, float xSize,
+                                                   float ySize);
 
-/* Normals, and one colour (red in bits 0-7, green in 8-15, blue in 16-23) darkened by ao per vertex. [holes] */
-QV_API unsigned QV_CALL RenderSurfaceWithNormalsf4(const float* h, const float* normals, int width, int height,
-                                                   int colStep, int rowStep, unsigned mode, float zScale,
-                                                   float xOffset, float yOffset, float xSize, float ySize, int color,
-                                                   const float* ao);
+/* Normals, and one colour (red in bits 0-7, green in 8-15, blue in 16-23) darkened by ao per vertex. [holes]
+ */
+QV_API unsigned QV_CALL RenderSurfaceWithNormalsf4(const float* h, const float* normals, int width,
+                                                   int height, int colStep, int rowStep, unsigned mode,
+                                                   float zScale, float xOffset, float yOffset, float xSize,
+                                                   float ySize, int color, const float* ao);
 
 /* Normals, and ao as the vertex attribute "ambient_occlusion" of the shader. [holes] */
-QV_API unsigned QV_CALL RenderSurfaceWithNormalsf5(const float* h, const float* normals, int width, int height,
-                                                   int colStep, int rowStep, unsigned mode, float zScale,
-                                                   float xOffset, float yOffset, float xSize, float ySize,
-                                                   int shader, const float* ao);
+QV_API unsigned QV_CALL RenderSurfaceWithNormalsf5(const float* h, const float* normals, int width,
+                                                   int height, int colStep, int rowStep, unsigned mode,
+                                                   float zScale, float xOffset, float yOffset, float xSize,
+                                                   float ySize, int shader, const float* ao);
 
 /* Normals, and ao as the vertex attribute "Accessibility" of the shader. [holes] */
 QV_API unsigned QV_CALL RenderSurfaceWithNormalsWithAmbOccf(const float* h, const float* normals, int width,
-                                                            int height, int colStep, int rowStep, unsigned mode,
-                                                            float zScale, float xOffset, float yOffset, float xSize,
-                                                            float ySize, int shader, const float* ao);
+                                                            int height, int colStep, int rowStep,
+                                                            unsigned mode, float zScale, float xOffset,
+                                                            float yOffset, float xSize, float ySize,
+                                                            int shader, const float* ao);
 
 /* Grey levels and normals, doubles, unit frame. */
-QV_API unsigned QV_CALL RenderSurfaceWithColorsAndNormals(const double* h, const double* normals, const double* grey,
-                                                          int width, int height, int step, unsigned mode,
-                                                          double zScale);
+QV_API unsigned QV_CALL RenderSurfaceWithColorsAndNormals(const double* h, const double* normals,
+                                                          const double* grey, int width, int height, int step,
+                                                          unsigned mode, double zScale);
 
 /* Grey levels and normals. */
-QV_API unsigned QV_CALL RenderSurfaceWithColorsAndNormalsf(const float* h, const float* normals, const float* grey,
-                                                           int width, int height, int step, unsigned mode,
-                                                           float zScale, float xOffset, float yOffset, float xSize,
-                                                           float ySize);
+QV_API unsigned QV_CALL RenderSurfaceWithColorsAndNormalsf(const float* h, const float* normals,
+                                                           const float* grey, int width, int height, int step,
+                                                           unsigned mode, float zScale, float xOffset,
+                                                           float yOffset, float xSize, float ySize);
 
 /* RGB colours and normals, separate steps. [holes] */
-QV_API unsigned QV_CALL RenderSurfaceWithColorsAndNormalsf3(const float* h, const float* normals, const float* rgb,
-                                                            int width, int height, int colStep, int rowStep,
+QV_API unsigned QV_CALL RenderSurfaceWithColorsAndNormalsf3(const float* h, const float* normals,
+                                                            const float* rgb, int width, int height,
+                                                            int colStep, int rowStep, unsigned mode,
+                                                            float zScale, float xOffset, float yOffset,
+                                                            float xSize, float ySize);
+
+/* 1-D texture coordinates and normals, doubles, unit frame. */
+QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormals(const double* h, const double* normals,
+                                                           const double* tex, int width, int height, int step,
+                                                           unsigned mode, double zScale);
+
+/* 1-D texture coordinates and normals. */
+QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsf(const float* h, const float* normals,
+                                                            const float* tex, int width, int height, int step,
                                                             unsigned mode, float zScale, float xOffset,
                                                             float yOffset, float xSize, float ySize);
 
-/* 1-D texture coordinates and normals, doubles, unit frame. */
-QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormals(const double* h, const double* normals, const double* tex,
-                                                           int width, int height, int step, unsigned mode,
-                                                           double zScale);
-
-/* 1-D texture coordinates and normals. */
-QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsf(const float* h, const float* normals, const float* tex,
-                                                            int width, int height, int step, unsigned mode,
-                                                            float zScale, float xOffset, float yOffset, float xSize,
-                                                            float ySize);
-
 /* 1-D texture coordinates and normals, separate steps. */
-QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsf2(const float* h, const float* normals, const float* tex,
-                                                             int width, int height, int colStep, int rowStep,
-                                                             unsigned mode, float zScale, float xOffset,
-                                                             float yOffset, float xSize, float ySize);
+QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsf2(const float* h, const float* normals,
+                                                             const float* tex, int width, int height,
+                                                             int colStep, int rowStep, unsigned mode,
+                                                             float zScale, float xOffset, float yOffset,
+                                                             float xSize, float ySize);
 
 /* 1-D texture coordinates and normals, separate steps. [holes] */
-QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsf3(const float* h, const float* normals, const float* tex,
-                                                             int width, int height, int colStep, int rowStep,
-                                                             unsigned mode, float zScale, float xOffset,
-                                                             float yOffset, float xSize, float ySize);
+QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsf3(const float* h, const float* normals,
+                                                             const float* tex, int width, int height,
+                                                             int colStep, int rowStep, unsigned mode,
+                                                             float zScale, float xOffset, float yOffset,
+                                                             float xSize, float ySize);
 
-/* As RenderSurfaceWithTextureAndNormalsf3; a sample above clipMax or below clipMin counts as missing too. [holes] */
-QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsAndClipping(
-    const float* h, const float* normals, const float* tex, int width, int height, int colStep, int rowStep,
-    unsigned mode, float zScale, float xOffset, float yOffset, float xSize, float ySize, float clipMax,
-    float clipMin);
+/* As RenderSurfaceWithTextureAndNormalsf3; a sample above clipMax or below clipMin counts as missing too.
+ * [holes] */
+QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsAndClipping(const float* h, const float* normals,
+                                                                      const float* tex, int width, int height,
+                                                                      int colStep, int rowStep, unsigned mode,
+                                                                      float zScale, float xOffset,
+                                                                      float yOffset, float xSize, float ySize,
+                                                                      float clipMax, float clipMin);
 
 /* 1-D texture coordinates, normals and RGB colours (for instance ambient occlusion as colour). [holes] */
 QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsAndAOColorf3(
-    const float* h, const float* normals, const float* tex, const float* rgb, int width, int height, int colStep,
-    int rowStep, unsigned mode, float zScale, float xOffset, float yOffset, float xSize, float ySize);
+    const float* h, const float* normals, const float* tex, const float* rgb, int width, int height,
+    int colStep, int rowStep, unsigned mode, float zScale, float xOffset, float yOffset, float xSize,
+    float ySize);
 
-/* 1-D texture coordinates, normals, and ao as the vertex attribute "ambient_occlusion" of the shader. [holes] */
-QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsf4(const float* h, const float* normals, const float* tex,
-                                                             int width, int height, int colStep, int rowStep,
-                                                             unsigned mode, float zScale, float xOffset,
-                                                             float yOffset, float xSize, float ySize, int shader,
+/* 1-D texture coordinates, normals, and ao as the vertex attribute "ambient_occlusion" of the shader. [holes]
+ */
+QV_API unsigned QV_CALL RenderSurfaceWithTextureAndNormalsf4(const float* h, const float* normals,
+                                                             const float* tex, int width, int height,
+                                                             int colStep, int rowStep, unsigned mode,
+                                                             float zScale, float xOffset, float yOffset,
+                                                             float xSize, float ySize, int shader,
                                                              const float* ao);
 
-/* A flat map: 1-D texture coordinates on the plane z = zScale*zLevel, separate steps. No sample is missing. */
-QV_API unsigned QV_CALL RenderProjectedSurfaceWithTexture(const float* tex, int width, int height, int colStep,
-                                                          int rowStep, float zScale, unsigned mode, float zLevel,
-                                                          float xOffset, float yOffset, float xSize, float ySize);
+/* A flat map: 1-D texture coordinates on the plane z = zScale*zLevel, separate steps. No sample is missing.
+ */
+QV_API unsigned QV_CALL RenderProjectedSurfaceWithTexture(const float* tex, int width, int height,
+                                                          int colStep, int rowStep, float zScale,
+                                                          unsigned mode, float zLevel, float xOffset,
+                                                          float yOffset, float xSize, float ySize);
 
 /* As RenderProjectedSurfaceWithTexture, left open where h is missing. [holes] */
-QV_API unsigned QV_CALL RenderProjectedSurfaceWithTexture2(const float* h, const float* tex, int width, int height,
-                                                           int colStep, int rowStep, float zScale, unsigned mode,
-                                                           float zLevel, float xOffset, float yOffset, float xSize,
-                                                           float ySize);
+QV_API unsigned QV_CALL RenderProjectedSurfaceWithTexture2(const float* h, const float* tex, int width,
+                                                           int height, int colStep, int rowStep, float zScale,
+                                                           unsigned mode, float zLevel, float xOffset,
+                                                           float yOffset, float xSize, float ySize);
 
 /* 2-D texture coordinates i/(width-1), j/(height-1), for an image draped over the surface; separate steps. */
-QV_API unsigned QV_CALL RenderSurfaceWith2DTexturef2(const float* h, int width, int height, int colStep, int rowStep,
-                                                     unsigned mode, float zScale, float xOffset, float yOffset,
-                                                     float xSize, float ySize);
+QV_API unsigned QV_CALL RenderSurfaceWith2DTexturef2(const float* h, int width, int height, int colStep,
+                                                     int rowStep, unsigned mode, float zScale, float xOffset,
+                                                     float yOffset, float xSize, float ySize);
 
 #ifdef __cplusplus
 }

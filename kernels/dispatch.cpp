@@ -37,6 +37,8 @@ const KernelTable& Active() {
   return *table;
 }
 
-void SetActive(const KernelTable& table) { active.store(&table, std::memory_order_relaxed); }
+void SetActive(const KernelTable& table) {
+  active.store(&table, std::memory_order_relaxed);
+}
 
 }  // namespace qv::kernels

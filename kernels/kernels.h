@@ -1,9 +1,10 @@
 // The inner loops that are worth compiling once per instruction set, and the table that picks one.
 //
-// A kernel is written once, in kernels/<family>.cpp, and compiled in each variant of kernels/CMakeLists.txt, there in
-// the namespace qv::kernels::QV_KERNEL_ISA. All variants give the same bits: they share one order of operations.
-// Those files include nothing that defines an inline function outside that namespace (no <cmath>, no <algorithm>,
-// no core/samples.h): the linker keeps one copy of an inline function, and it must not be one built for AVX-512.
+// A kernel is written once, in kernels/<family>.cpp, and compiled in each variant of kernels/CMakeLists.txt,
+// there in the namespace qv::kernels::QV_KERNEL_ISA. All variants give the same bits: they share one order of
+// operations. Those files include nothing that defines an inline function outside that namespace (no <cmath>,
+// no <algorithm>, no core/samples.h): the linker keeps one copy of an inline function, and it must not be one
+// built for AVX-512.
 #pragma once
 
 #include <cstddef>
@@ -27,8 +28,8 @@ struct Extremes {
   float maximum;  ///< -1e32F where there is no sample
 };
 
-/// Reductions over a flat array of floats; samples missing by value are skipped. Every sum is formed in sixteen
-/// lanes, sample i in lane i mod 16, folded in halves at the end.
+/// Reductions over a flat array of floats; samples missing by value are skipped. Every sum is formed in
+/// sixteen lanes, sample i in lane i mod 16, folded in halves at the end.
 struct StatisticsKernels {
   Sum (*sum)(const float* samples, std::ptrdiff_t count);
   Sum (*sumAbsolutes)(const float* samples, std::ptrdiff_t count);
@@ -51,13 +52,13 @@ struct ArrayKernels {
 };
 
 // Every family of kernels: the type of its table and its name.
-#define QV_KERNEL_FAMILIES(FAMILY) \
+#define QV_KERNEL_FAMILIES(FAMILY)      \
   FAMILY(StatisticsKernels, statistics) \
   FAMILY(ArrayKernels, arrays)
 
 struct KernelTable {
-  const char* name;                  ///< of the instruction set
-  bool (*supported)();               ///< by this processor
+  const char* name;     ///< of the instruction set
+  bool (*supported)();  ///< by this processor
 #define QV_MEMBER(Type, name) Type name;
   QV_KERNEL_FAMILIES(QV_MEMBER)
 #undef QV_MEMBER
@@ -67,8 +68,8 @@ struct KernelTable {
 inline constexpr int kVariantCount = 3;
 extern const KernelTable* const kVariants[kVariantCount];
 
-/// The best table that this processor supports. Chosen on the first call, without a lock: whoever comes first, all
-/// choose the same.
+/// The best table that this processor supports. Chosen on the first call, without a lock: whoever comes
+/// first, all choose the same.
 const KernelTable& Active();
 
 /// Makes Active() return this table: lets tests run every instruction set.

@@ -1,5 +1,5 @@
-// Vectors of a fixed logical width, whatever the instruction set: the compiler splits them into what it has. Only for
-// kernel files; everything here lives in the namespace of the instruction set.
+// Vectors of a fixed logical width, whatever the instruction set: the compiler splits them into what it has.
+// Only for kernel files; everything here lives in the namespace of the instruction set.
 #pragma once
 
 #include <cstddef>
@@ -8,11 +8,11 @@
 namespace qv::kernels::QV_KERNEL_ISA {
 
 inline constexpr int kLanes = 16;
-using Floats = float __attribute__((vector_size(64)));          // 16 floats
-using Ints = std::int32_t __attribute__((vector_size(64)));     // 16 masks: 0 or -1
-using HalfFloats = float __attribute__((vector_size(32)));      // 8 floats
+using Floats = float __attribute__((vector_size(64)));       // 16 floats
+using Ints = std::int32_t __attribute__((vector_size(64)));  // 16 masks: 0 or -1
+using HalfFloats = float __attribute__((vector_size(32)));   // 8 floats
 using HalfInts = std::int32_t __attribute__((vector_size(32)));
-using Doubles = double __attribute__((vector_size(64)));        // 8 doubles
+using Doubles = double __attribute__((vector_size(64)));  // 8 doubles
 using Longs = std::int64_t __attribute__((vector_size(64)));
 
 #define QV_INLINE [[gnu::always_inline]] static inline
@@ -25,7 +25,9 @@ QV_INLINE Floats Load(const float* from) {
   __builtin_memcpy(&v, from, sizeof v);
   return v;
 }
-QV_INLINE void Store(float* to, const Floats& v) { __builtin_memcpy(to, &v, sizeof v); }
+QV_INLINE void Store(float* to, const Floats& v) {
+  __builtin_memcpy(to, &v, sizeof v);
+}
 
 /// Loads count < 16 samples and fills up with missing ones.
 QV_INLINE Floats LoadTail(const float* from, std::ptrdiff_t count) {
@@ -35,8 +37,12 @@ QV_INLINE Floats LoadTail(const float* from, std::ptrdiff_t count) {
 }
 
 /// -1 where a sample is neither the sentinel nor a NaN.
-QV_INLINE Ints Used(const Floats& z) { return (z < kBad) | (z > kBad); }
-QV_INLINE bool Used(float z) { return z < kBad || z > kBad; }
+QV_INLINE Ints Used(const Floats& z) {
+  return (z < kBad) | (z > kBad);
+}
+QV_INLINE bool Used(float z) {
+  return z < kBad || z > kBad;
+}
 
 /// The samples where the mask is set, 0 elsewhere.
 QV_INLINE Floats Masked(const Floats& z, const Ints& mask) {

@@ -24,13 +24,14 @@ template <class Term>
 QV_INLINE Sum SumOf(const float* samples, std::ptrdiff_t count, Term term) {
   Doubles low = {}, high = {};
   Ints used = {};
-  ForEachBlock(samples, count, [&](const Floats& z) __attribute__((always_inline)) {
-    const Ints mask = Used(z);
-    const Floats masked = Masked(z, mask);
-    used += mask;
-    low += term(WidenLow(masked));
-    high += term(WidenHigh(masked));
-  });
+  ForEachBlock(
+      samples, count, [&](const Floats& z) __attribute__((always_inline)) {
+        const Ints mask = Used(z);
+        const Floats masked = Masked(z, mask);
+        used += mask;
+        low += term(WidenLow(masked));
+        high += term(WidenHigh(masked));
+      });
   return {Fold(low, high), CountOf(used)};
 }
 
@@ -38,39 +39,45 @@ template <class Power>
 QV_INLINE Moments MomentsOf(const float* samples, std::ptrdiff_t count, Power power) {
   Doubles squaresLow = {}, squaresHigh = {}, powersLow = {}, powersHigh = {};
   Ints used = {};
-  ForEachBlock(samples, count, [&](const Floats& z) __attribute__((always_inline)) {
-    const Ints mask = Used(z);
-    const Floats masked = Masked(z, mask);
-    used += mask;
-    const Doubles zLow = WidenLow(masked), zHigh = WidenHigh(masked);
-    squaresLow += zLow * zLow;
-    squaresHigh += zHigh * zHigh;
-    powersLow += power(zLow);
-    powersHigh += power(zHigh);
-  });
+  ForEachBlock(
+      samples, count, [&](const Floats& z) __attribute__((always_inline)) {
+        const Ints mask = Used(z);
+        const Floats masked = Masked(z, mask);
+        used += mask;
+        const Doubles zLow = WidenLow(masked), zHigh = WidenHigh(masked);
+        squaresLow += zLow * zLow;
+        squaresHigh += zHigh * zHigh;
+        powersLow += power(zLow);
+        powersHigh += power(zHigh);
+      });
   return {Fold(squaresLow, squaresHigh), Fold(powersLow, powersHigh), CountOf(used)};
 }
 
 Sum SumPlain(const float* samples, std::ptrdiff_t count) {
-  return SumOf(samples, count, [](const Doubles& z) __attribute__((always_inline)) { return z; });
+  return SumOf(
+      samples, count, [](const Doubles& z) __attribute__((always_inline)) { return z; });
 }
 
 Sum SumAbsolutes(const float* samples, std::ptrdiff_t count) {
-  return SumOf(samples, count, [](const Doubles& z) __attribute__((always_inline)) {
-    return reinterpret_cast<Doubles>(reinterpret_cast<Longs>(z) & INT64_MAX);
-  });
+  return SumOf(
+      samples, count, [](const Doubles& z) __attribute__((always_inline)) {
+        return reinterpret_cast<Doubles>(reinterpret_cast<Longs>(z) & INT64_MAX);
+      });
 }
 
 Sum SumSquares(const float* samples, std::ptrdiff_t count) {
-  return SumOf(samples, count, [](const Doubles& z) __attribute__((always_inline)) { return z * z; });
+  return SumOf(
+      samples, count, [](const Doubles& z) __attribute__((always_inline)) { return z * z; });
 }
 
 Moments ThirdMoment(const float* samples, std::ptrdiff_t count) {
-  return MomentsOf(samples, count, [](const Doubles& z) __attribute__((always_inline)) { return z * z * z; });
+  return MomentsOf(
+      samples, count, [](const Doubles& z) __attribute__((always_inline)) { return z * z * z; });
 }
 
 Moments FourthMoment(const float* samples, std::ptrdiff_t count) {
-  return MomentsOf(samples, count, [](const Doubles& z) __attribute__((always_inline)) { return z * z * z * z; });
+  return MomentsOf(
+      samples, count, [](const Doubles& z) __attribute__((always_inline)) { return z * z * z * z; });
 }
 
 /// The first of equal extremes wins, as in a sequential search. It shows only in the sign of a zero.
@@ -82,12 +89,13 @@ QV_INLINE float FirstZero(const float* samples) {
 Extremes FindExtremes(const float* samples, std::ptrdiff_t count) {
   const Floats top = Floats{} + kStart;
   Floats minimum = top, maximum = -top;
-  ForEachBlock(samples, count, [&](const Floats& z) __attribute__((always_inline)) {
-    const Ints mask = Used(z);
-    const Floats low = mask ? z : top, high = mask ? z : -top;
-    minimum = low < minimum ? low : minimum;
-    maximum = high > maximum ? high : maximum;
-  });
+  ForEachBlock(
+      samples, count, [&](const Floats& z) __attribute__((always_inline)) {
+        const Ints mask = Used(z);
+        const Floats low = mask ? z : top, high = mask ? z : -top;
+        minimum = low < minimum ? low : minimum;
+        maximum = high > maximum ? high : maximum;
+      });
   Extremes found = {kStart, -kStart};
   for (int i = 0; i < kLanes; ++i) {
     if (minimum[i] < found.minimum) found.minimum = minimum[i];

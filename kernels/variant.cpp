@@ -28,10 +28,9 @@ bool Supported() {
 }  // namespace
 
 extern const KernelTable table;
-const KernelTable table = {
-    QV_TEXT_OF(QV_KERNEL_ISA), Supported,
+const KernelTable table = {QV_TEXT_OF(QV_KERNEL_ISA), Supported,
 #define QV_VALUE(Type, name) name,
-    QV_KERNEL_FAMILIES(QV_VALUE)
+                           QV_KERNEL_FAMILIES(QV_VALUE)
 #undef QV_VALUE
 };
 

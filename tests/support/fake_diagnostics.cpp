@@ -20,8 +20,12 @@ void Print(const char* format, ...) {
   messages += text;
 }
 
-void EndProcess() { throw test::ProcessEnded(); }
+void EndProcess() {
+  throw test::ProcessEnded();
+}
 
 }  // namespace qv::diagnostics
 
-std::string qv::test::TakeMessages() { return std::exchange(messages, {}); }
+std::string qv::test::TakeMessages() {
+  return std::exchange(messages, {});
+}

@@ -1,5 +1,5 @@
-// Stands in for core/diagnostics.cpp where a test links fake_diagnostics.cpp: messages are collected, and the end of
-// the process becomes an exception.
+// Stands in for core/diagnostics.cpp where a test links fake_diagnostics.cpp: messages are collected, and the
+// end of the process becomes an exception.
 #pragma once
 
 #include <string>

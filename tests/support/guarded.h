@@ -1,12 +1,11 @@
-// Buffers with guard bands: a write outside the buffer is found when the test asks, and at the latest when the
-// buffer goes.
+// Buffers with guard bands: a write outside the buffer is found when the test asks, and at the latest when
+// the buffer goes.
 #pragma once
 
 #include <cstddef>
 #include <cstring>
-#include <vector>
-
 #include <gtest/gtest.h>
+#include <vector>
 
 namespace qv::test {
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdio>
-
 #include <gtest/gtest.h>
 
 #include "kernels/kernels.h"

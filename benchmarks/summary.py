@@ -1,0 +1,48 @@
+#!/usr/bin/env python3
+"""Turns Google Benchmark JSON files into one Markdown table of medians and ratios.
+
+Benchmarks are named case/contender[/arguments]; the contender QV_3D is compared with each other one of its case and
+arguments. Contenders without a partner are listed by themselves.
+
+usage: summary.py result.json ...
+"""
+
+import json
+import sys
+from collections import defaultdict
+
+OURS = "QV_3D"
+TO_MILLISECONDS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}
+
+
+def medians(path):
+    """Yields (case with arguments, contender, milliseconds) of a result file."""
+    with open(path, encoding="utf-8") as file:
+        results = json.load(file)
+    for row in results["benchmarks"]:
+        if row.get("aggregate_name") != "median":
+            continue
+        case, contender, *arguments = row["run_name"].split("/")
+        arguments = [a for a in arguments if a not in ("real_time", "process_time")]
+        time = row["real_time"] * TO_MILLISECONDS[row["time_unit"]]
+        yield " ".join([case, *arguments]), contender, time
+
+
+def main():
+    if len(sys.argv) < 2:
+        sys.exit(__doc__)
+    cases = defaultdict(dict)
+    for path in sys.argv[1:]:
+        for case, contender, time in medians(path):
+            cases[case][contender] = time
+    print("| case | contender | ms | QV_3D / contender |")
+    print("|---|---|---:|---:|")
+    for case, times in cases.items():
+        ours = times.get(OURS)
+        for contender, time in sorted(times.items(), key=lambda item: (item[0] != OURS, item[0])):
+            ratio = "" if ours is None or contender == OURS else f"{ours / time:.3f}"
+            print(f"| {case} | {contender} | {time:.3g} | {ratio} |")
+
+
+if __name__ == "__main__":
+    main()
