@@ -12,8 +12,8 @@ namespace {
 // yellow.
 constexpr double kDarkest = 0.17;
 constexpr double kLightest = 0.90;
-constexpr double kStartHue = 0.35;  // in thirds of a turn from blue
-constexpr double kTurns = -0.75;
+constexpr double kStartHue = 0.30;  // in thirds of a turn from blue
+constexpr double kTurns = -0.60;
 constexpr double kSaturation = 1.25;
 
 }  // namespace

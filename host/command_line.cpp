@@ -114,7 +114,7 @@ void ParseSize(const std::string& text, PictureOptions& picture) {
   if (std::sscanf(text.c_str(), "%dx%d%c", &width, &height, &rest) != 2 || width < 64 || height < 64 ||
       width > 8192 || height > 8192) {
     throw Failure(ExitCode::kUsage,
-                  fmt::format("--size {}: give width and height as in 1600x1100, 64 to 8192", text));
+                  fmt::format("--size {}: give width and height as in 1600x1000, 64 to 8192", text));
   }
   picture.width = width;
   picture.height = height;
@@ -166,7 +166,7 @@ void AddRender(CLI::App& app, Options& o) {
   AddGridOptions(command, r.import);
   AddLevelOption(command, r.import);
   command.add_option("-o,--output", r.output, "The picture to write")->required();
-  command.add_option("--size", o.size, "Width and height in pixels (default: 1600x1100)")->type_name("WxH");
+  command.add_option("--size", o.size, "Width and height in pixels (default: 1600x1000)")->type_name("WxH");
   command.add_option("--style", r.picture.style, "texture (coloured by height), sidelight, normals or map")
       ->transform(CLI::CheckedTransformer(kStyles))
       ->type_name("STYLE")

@@ -30,8 +30,8 @@ struct Layout {
 
   Layout(int w, int h, bool hasBar) : width(w), height(h) {
     unit = std::max(7, std::min(w / 64, h / 46));
-    const double left = 3.0 * unit, top = 5.5 * unit, bottom = 3.0 * unit,
-                 right = hasBar ? 10.5 * unit : 3.0 * unit;
+    const double left = 1.5 * unit, top = 5.5 * unit, bottom = 2.0 * unit,
+                 right = hasBar ? 9.5 * unit : 1.5 * unit;
     plot = {left, top, std::max(8.0, w - left - right), std::max(8.0, h - top - bottom)};
   }
 };
@@ -68,7 +68,7 @@ class Composer {
     Rectangle area = layout_.plot;
     area.left += 2.5 * layout_.unit;
     area.width = std::max(8.0, area.width - 5.0 * layout_.unit);
-    area.height = std::max(8.0, area.height - 3.0 * layout_.unit);
+    area.height = std::max(8.0, area.height - 2.0 * layout_.unit);
     const Camera camera(options_.angles, corners, area, layout_.width, layout_.height);
     const int factor = Supersampling(layout_.width, layout_.height);
     Framebuffer framebuffer(context_, layout_.width * factor, layout_.height * factor);
@@ -81,6 +81,8 @@ class Composer {
   void ComposeMap() {
     const HeightMap& m = surface_.map;
     Rectangle area = layout_.plot;
+    area.top += 2 * layout_.unit;
+    area.height -= 2 * layout_.unit;
     area.left += 3.5 * layout_.unit;
     area.width = std::max(8.0, area.width - 3.5 * layout_.unit);
     area.height = std::max(8.0, area.height - 2.0 * layout_.unit);
@@ -97,12 +99,16 @@ class Composer {
     DrawMapScales(x, y, width, height);
   }
 
+  static std::string Label(double value) {
+    return value < 0 ? fmt::format("\u2212{:g}", -value) : fmt::format("{:g}", value);
+  }
+
   /// Calls use(position from the low end, label) at round numbers of the coordinate.
   template <typename Use>
   static void ForEachTick(double start, double size, int most, Use use) {
     const double step = NiceStepAbove(size / most);
     for (double k = std::ceil(start / step - 1e-9); k * step <= start + size * (1 + 1e-9); ++k) {
-      use(k * step - start, fmt::format("{:g}", k == 0 ? 0.0 : k * step));
+      use(k * step - start, Label(k == 0 ? 0.0 : k * step));
     }
   }
 
@@ -178,8 +184,9 @@ class Composer {
     const int u = layout_.unit;
     const HeightMap& m = surface_.map;
     font_.Draw(image_, 2 * u, 2 * u + u / 2, options_.title, 3 * u / 2, kInk);
-    std::string line =
-        fmt::format("{:.4g} × {:.4g} {}, {} × {} samples", m.xSize, m.ySize, FileUnit(), m.width, m.height);
+    // Each sample stands for the cell around it.
+    std::string line = fmt::format("{:.4g} × {:.4g} {}, {} × {} samples", m.width * m.SpacingX(),
+                                   m.height * m.SpacingY(), FileUnit(), m.width, m.height);
     if (options_.style != Style::kMap) {
       line += surface_.zScale == 1 ? ", heights to scale"
                                    : fmt::format(", heights exaggerated {:g}×", surface_.zScale);
@@ -202,7 +209,7 @@ class Composer {
     }
     font_.Draw(image_, x, y - u, fmt::format("height / {}", unit.name), u, kInk);
     if (!(high > low)) {
-      font_.Draw(image_, x + width + u, y + height, fmt::format("{:.4g}", low * unit.factor), u, kInk);
+      font_.Draw(image_, x + width + u, y + height, Label(low * unit.factor), u, kInk);
       return;
     }
     const double start = low * unit.factor, size = (double{high} - low) * unit.factor;

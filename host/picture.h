@@ -11,7 +11,7 @@ namespace qv3d {
 
 struct PictureOptions {
   int width = 1600;
-  int height = 1100;
+  int height = 1000;
   Style style = Style::kTexture;
   ViewAngles angles;
   double zScale = 0;  ///< exaggeration of heights, 0 to choose one

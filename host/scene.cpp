@@ -14,9 +14,10 @@
 namespace qv3d {
 namespace {
 
-/// The colours span all but this share of the samples at either end, so that a few outliers do not take them
-/// all.
+/// The colours span all but this share of the samples at either end where the outermost samples would take up
+/// most of them.
 constexpr double kOutliers = 0.002;
+constexpr double kLongTails = 2;
 /// Heights are drawn at most this much of the longer side high...
 constexpr double kDrawnHeight = 0.11;
 /// ... and with slopes that still look like a surface and not like a brush.
@@ -32,6 +33,13 @@ double ChooseZScale(const HeightMap& map, Style style) {
   if (slope > 0)
     scale = std::min(scale, (style == Style::kSideLight ? kSteepestInSideLight : kSteepestDrawn) / slope);
   return scale > 1 ? NiceStepBelow(scale) : 1;
+}
+
+std::pair<float, float> ChooseRange(const HeightMap& map) {
+  const auto [low, high] = HeightRange(map);
+  const auto [lowMost, highMost] = HeightRange(map, kOutliers);
+  if (double{high} - low > kLongTails * (double{highMost} - lowMost)) return {lowMost, highMost};
+  return {low, high};
 }
 
 void ComputeTextureCoordinates(Surface& s) {
@@ -78,18 +86,18 @@ void SetLights(const Camera& camera, Style style) {
                         specular);
   };
   const bool side = style == Style::kSideLight;
-  const float level = side ? 0.10f : 0.34f;
+  const float level = side ? 0.26f : 0.36f;
   const float ambient[] = {level, level, level, 1};
   glEnable(GL_LIGHTING);
   glLightModelfv(GL_LIGHT_MODEL_AMBIENT, ambient);
   glLightModeli(GL_LIGHT_MODEL_COLOR_CONTROL, GL_SEPARATE_SPECULAR_COLOR);
   glLightModeli(GL_LIGHT_MODEL_LOCAL_VIEWER, GL_FALSE);
   if (side) {
-    light(GL_LIGHT0, -100, 17, 1.35f, 0.25f);
-    light(GL_LIGHT1, 60, 50, 0.10f, 0);
+    light(GL_LIGHT0, -100, 18, 1.45f, 0.20f);
+    light(GL_LIGHT1, 60, 50, 0.14f, 0);
   } else {
     light(GL_LIGHT0, -75, 42, 0.78f, 0.20f);
-    light(GL_LIGHT1, 70, 50, 0.16f, 0);
+    light(GL_LIGHT1, 70, 50, 0.18f, 0);
   }
 }
 
@@ -166,14 +174,12 @@ class Walls {
   explicit Walls(const Surface& surface) : s_(surface) {}
 
   void Draw() const {
-    SetMaterial(0.62f, 0);
+    SetMaterial(0.55f, 0);
     glBegin(GL_QUADS);
     for (int j = 0; j < s_.map.height; ++j) {
       for (int i = 0; i < s_.map.width; ++i) {
-        if (i + 1 < s_.map.width && IsFilled(i, j - 1) != IsFilled(i, j))
-          Wall(i, j, i + 1, j, 0, IsFilled(i, j) ? -1 : 1);
-        if (j + 1 < s_.map.height && IsFilled(i - 1, j) != IsFilled(i, j))
-          Wall(i, j, i, j + 1, IsFilled(i, j) ? -1 : 1, 0);
+        if (IsFilled(i, j - 1) != IsFilled(i, j)) Wall(i, j, i + 1, j);
+        if (IsFilled(i - 1, j) != IsFilled(i, j)) Wall(i, j, i, j + 1);
       }
     }
     glEnd();
@@ -187,18 +193,35 @@ class Walls {
            !IsMissing(s_.map.At(i, j + 1)) && !IsMissing(s_.map.At(i + 1, j + 1));
   }
 
-  void Wall(int i0, int j0, int i1, int j1, float nx, float ny) const {
-    glNormal3f(nx, ny, 0);
-    const auto vertex = [this](int i, int j, bool top) {
-      const auto k =
-          static_cast<std::size_t>(j) * static_cast<std::size_t>(s_.map.width) + static_cast<std::size_t>(i);
-      glVertex3d(s_.low[0] + i * s_.map.SpacingX(), s_.low[1] + j * s_.map.SpacingY(),
-                 top ? double{s_.drawn[k]} : s_.low[2]);
-    };
-    vertex(i0, j0, true);
-    vertex(i1, j1, true);
-    vertex(i1, j1, false);
-    vertex(i0, j0, false);
+  void Wall(int i0, int j0, int i1, int j1) const {
+    Normal(i0, j0);
+    Vertex(i0, j0, true);
+    Vertex(i0, j0, false);
+    Normal(i1, j1);
+    Vertex(i1, j1, false);
+    Vertex(i1, j1, true);
+  }
+
+  /// Away from the cells around: round holes are lit like round holes, though they are made of steps.
+  void Normal(int i, int j) const {
+    constexpr int kReach = 4;
+    double x = 0, y = 0;
+    for (int v = -kReach; v < kReach; ++v) {
+      for (int u = -kReach; u < kReach; ++u) {
+        const double sign = IsFilled(i + u, j + v) ? -1 : 1;
+        x += sign * (u + 0.5);
+        y += sign * (v + 0.5);
+      }
+    }
+    const double length = std::max(1e-9, std::hypot(x, y));
+    glNormal3d(x / length, y / length, 0);
+  }
+
+  void Vertex(int i, int j, bool top) const {
+    const auto k =
+        static_cast<std::size_t>(j) * static_cast<std::size_t>(s_.map.width) + static_cast<std::size_t>(i);
+    glVertex3d(s_.low[0] + i * s_.map.SpacingX(), s_.low[1] + j * s_.map.SpacingY(),
+               top ? double{s_.drawn[k]} : s_.low[2]);
   }
 
   const Surface& s_;
@@ -227,7 +250,7 @@ Surface PrepareSurface(const HeightMap& map, double zScale, Style style) {
   Surface s;
   s.map = map;
   s.zScale = zScale > 0 ? zScale : ChooseZScale(map, style);
-  s.range = HeightRange(map, kOutliers);
+  s.range = ChooseRange(map);
   ComputeTextureCoordinates(s);
   ComputeDrawnHeights(s);
   s.normals.resize(3 * s.map.heights.size());

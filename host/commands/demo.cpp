@@ -28,7 +28,7 @@ constexpr View kViews[] = {
      "Levelled surface",
      "Heights above the fitted plane, coloured by height; the scale of heights is exaggerated as stated.",
      Style::kTexture,
-     {-32, 38, 1}},
+     {-28, 40, 1}},
     {"side_light.png",
      "Texture in side light",
      "The same surface in light that grazes it: the turning marks, the dimples and the rim of the hole stand "
