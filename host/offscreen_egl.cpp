@@ -15,6 +15,7 @@ using EglConfig = void*;
 using EglContext = void*;
 constexpr int kSurfacelessMesa = 0x31DD;
 constexpr int kNone = 0x3038;
+constexpr int kSurfaceType = 0x3033;
 constexpr int kRenderableType = 0x3040;
 constexpr int kOpenGlBit = 0x0008;
 constexpr unsigned kOpenGlApi = 0x30A2;
@@ -66,7 +67,8 @@ class EglOffscreen : public OffscreenContext {
       return Refuse(reason, "EGL finds no driver");
     }
     // A context without attributes is one of the compatibility profile, which immediate mode needs.
-    const int wanted[] = {kRenderableType, kOpenGlBit, kNone};
+    // No kind of surface is asked for: by default only configurations for windows would be offered.
+    const int wanted[] = {kSurfaceType, 0, kRenderableType, kOpenGlBit, kNone};
     EglConfig config = nullptr;
     int count = 0;
     if (egl_.BindApi(kOpenGlApi) == 0 || egl_.ChooseConfig(display_, wanted, &config, 1, &count) == 0 ||

@@ -66,8 +66,8 @@ class Composer {
       corners.push_back({(i & 1 ? high : low)[0], (i & 2 ? high : low)[1], (i & 4 ? high : low)[2]});
     // Room for the numbers along the edges.
     Rectangle area = layout_.plot;
-    area.left += 2.5 * layout_.unit;
-    area.width = std::max(8.0, area.width - 5.0 * layout_.unit);
+    area.left += 4 * layout_.unit;
+    area.width = std::max(8.0, area.width - 7.5 * layout_.unit);
     area.height = std::max(8.0, area.height - 2.0 * layout_.unit);
     const Camera camera(options_.angles, corners, area, layout_.width, layout_.height);
     const int factor = Supersampling(layout_.width, layout_.height);
@@ -172,7 +172,7 @@ class Composer {
   void FloorName(const Camera& camera, const Point& at, const Point& outward, const std::string& name) {
     const std::array<double, 2> p = camera.Project(at);
     const std::array<double, 2> d = ScreenDirection(camera, at, outward, 0.01 * surface_.map.xSize);
-    TextAround(p[0] + 4.2 * layout_.unit * d[0], p[1] + 3.4 * layout_.unit * d[1], name, kQuiet);
+    TextAround(p[0] + 5.0 * layout_.unit * d[0], p[1] + 3.4 * layout_.unit * d[1], name, kQuiet);
   }
 
   void TextAround(double x, double y, const std::string& text, Colour colour) {

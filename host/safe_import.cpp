@@ -16,8 +16,6 @@ constexpr int kLargestSide = 65536;
 
 /// How the child ends where it is not the library that ends it.
 enum ChildStatus { kChildDone = 0, kChildBadGrid = 41, kChildNoMemory = 42, kChildCannotReport = 43 };
-/// exit(-1), as the parent sees it.
-constexpr int kLibraryEnded = 255;
 
 /// What the child sends: one of these after reading, then one of the next, then the heights.
 struct ParsedRecord {
@@ -65,6 +63,20 @@ int ParseOnly(int descriptor, const std::string& path) {
   return WriteAll(descriptor, &parsed, sizeof parsed) ? kChildDone : kChildCannotReport;
 }
 
+template <typename Record>
+Record Take(const std::string& bytes, std::size_t& at) {
+  Record record;
+  std::memcpy(&record, bytes.data() + at, sizeof record);
+  at += sizeof record;
+  return record;
+}
+
+[[noreturn]] void FailForMemory(const char* phase, const ChildLimits& limits) {
+  throw Failure(ExitCode::kNotComputable,
+                fmt::format("{} needs more than the allowed {} MiB of memory", phase, limits.memoryMiB),
+                "Allow more with --memory-limit, or choose a coarser grid.");
+}
+
 [[noreturn]] void FailAsTheLibraryDid(const ChildOutcome& outcome) {
   const std::string& said = outcome.errors;
   const auto says = [&said](const char* text) { return said.find(text) != std::string::npos; };
@@ -76,9 +88,11 @@ int ParseOnly(int descriptor, const std::string& path) {
                 "qv3d info FILE tells more about the file.");
 }
 
-void RequireSuccess(const ChildOutcome& outcome, const ChildLimits& limits) {
-  const char* const phase =
-      outcome.output.size() < sizeof(ParsedRecord) ? "reading the file" : "converting the mesh";
+/// Turns the ways in which the child can have ended into messages. `expected` is the number of triangles that
+/// the program has counted in the file, or 0.
+void RequireSuccess(const ChildOutcome& outcome, const ChildLimits& limits, std::uint64_t expected) {
+  const bool parsed = outcome.output.size() >= sizeof(ParsedRecord);
+  const char* const phase = parsed ? "converting the mesh" : "reading the file";
   if (outcome.end == ChildOutcome::End::kTimedOut) {
     throw Failure(
         ExitCode::kNotComputable,
@@ -90,28 +104,16 @@ void RequireSuccess(const ChildOutcome& outcome, const ChildLimits& limits) {
                   fmt::format("{} was ended by signal {} ({})", phase, outcome.code, strsignal(outcome.code)),
                   "If memory is short, choose a coarser grid; otherwise please report the file.");
   }
-  switch (outcome.code) {
-    case kChildDone:
-      return;
-    case kLibraryEnded:
-      FailAsTheLibraryDid(outcome);
-    case kChildNoMemory:
-      throw Failure(ExitCode::kNotComputable,
-                    fmt::format("{} needs more than the allowed {} MiB of memory", phase, limits.memoryMiB),
-                    "Allow more with --memory-limit, or choose a coarser grid.");
-    case kChildBadGrid:
-      throw Failure(ExitCode::kUsage, outcome.errors.substr(0, outcome.errors.find('\n')));
-    default:
-      FailAsTheLibraryDid(outcome);
+  if (outcome.code == kChildBadGrid) {
+    throw Failure(ExitCode::kUsage, outcome.errors.substr(0, outcome.errors.find('\n')));
   }
-}
-
-template <typename Record>
-Record Take(const std::string& bytes, std::size_t& at) {
-  Record record;
-  std::memcpy(&record, bytes.data() + at, sizeof record);
-  at += sizeof record;
-  return record;
+  // The program has read the file itself: when the library finds less in it, memory ran out on the way.
+  if (outcome.code == kChildNoMemory || (expected > 0 && !parsed)) FailForMemory(phase, limits);
+  if (outcome.code != kChildDone) FailAsTheLibraryDid(outcome);
+  std::size_t at = 0;
+  if (Take<ParsedRecord>(outcome.output, at).triangles < static_cast<std::int64_t>(expected)) {
+    FailForMemory("reading the file", limits);
+  }
 }
 
 MeshFacts FactsOf(const ParsedRecord& parsed, double scale, const ChildOutcome& outcome) {
@@ -184,7 +186,7 @@ MeshFacts ProbeMesh(const PreparedMesh& mesh, const ChildLimits& limits, Progres
       limits, [&](int descriptor) { return ParseOnly(descriptor, mesh.path.string()); },
       [&](const std::string&) { progress.Tick(); });
   progress.Finish();
-  RequireSuccess(outcome, limits);
+  RequireSuccess(outcome, limits, mesh.triangles);
   std::size_t at = 0;
   return FactsOf(Take<ParsedRecord>(outcome.output, at), mesh.scale, outcome);
 }
@@ -199,7 +201,7 @@ ImportedMap ImportMesh(const PreparedMesh& mesh, const GridRequest& request, con
         progress.Tick();
       });
   progress.Finish();
-  RequireSuccess(outcome, limits);
+  RequireSuccess(outcome, limits, mesh.triangles);
   std::size_t at = 0;
   ImportedMap imported;
   imported.mesh = FactsOf(Take<ParsedRecord>(outcome.output, at), mesh.scale, outcome);

@@ -79,6 +79,7 @@ void Mend(const std::string& bytes, PreparedMesh& prepared) {
   WriteBinaryStl(prepared.copy.path(), mended.triangles, "binary STL, mended copy");
   prepared.path = prepared.copy.path();
   prepared.scale = mended.scale;
+  prepared.triangles = mended.triangles.size();
   prepared.actions = std::move(mended.actions);
 }
 
@@ -148,6 +149,7 @@ PreparedMesh PrepareMesh(const std::filesystem::path& path, const PrepareOptions
   const std::string bytes = ReadWholeFile(path);
   RequireStl(path, bytes);
   prepared.check = CheckStl(bytes);
+  prepared.triangles = prepared.check.scan.triangles;
   const std::vector<Finding>& findings = prepared.check.findings;
   for (const Finding& finding : findings) {
     if (finding.severity == Severity::kError && !(options.repair && finding.repairable)) {

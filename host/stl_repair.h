@@ -46,6 +46,7 @@ std::vector<Triangle> DivideInFour(const std::vector<Triangle>& triangles);
 struct PreparedMesh {
   std::filesystem::path path;
   double scale = 1;
+  std::uint64_t triangles = 0;       ///< that the library should find; 0 where nothing was checked
   StlCheck check;                    ///< of the given file
   std::vector<std::string> actions;  ///< what was mended
   TemporaryFile copy;

@@ -31,6 +31,7 @@ bool IsKnownUnit(const std::string& fileUnit) {
 Unit HandyUnit(const std::string& fileUnit, double length) {
   const Metric* const file = FindMetric(fileUnit);
   if (file == nullptr) return {fileUnit, 1};
+  if (length == 0) return {file->name, 1};
   const double metres = std::abs(length) * file->metres;
   // From a tenth of a millimetre down, people of the trade speak in micrometres.
   const Metric& handy = metres >= 10     ? kMetric[0]

@@ -57,6 +57,7 @@ void RunInfo(const ImportOptions& options) {
   if (error == nullptr) {
     PreparedMesh prepared;
     prepared.path = options.file;
+    prepared.triangles = check.scan.triangles;
     mesh = ProbeMesh(prepared, options.limits, progress);
   }
   progress.Finish();
