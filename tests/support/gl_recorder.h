@@ -1,5 +1,5 @@
-// Stands in for OpenGL: a test that links gl_recorder.cpp instead of an OpenGL library draws into a list of calls, and
-// needs no context. Only the entry points that the surfaces use are there.
+// Stands in for OpenGL: a test that links gl_recorder.cpp instead of an OpenGL library draws into a list of
+// calls, and needs no context. Only the entry points that the surfaces use are there.
 #pragma once
 
 #include <string>
