@@ -1,10 +1,7 @@
-// Normals of the inner samples of a row, several at a time.
-//
-// Float samples: the formula asks for thirteen divisions and five square roots per sample. A short reciprocal
-// root replaces them all, good to about 2^-49, and because every result is rounded to float the difference
-// shows only where the value lies that near to the midpoint of two floats, or below the normal range of
-// floats. Samples with such a value are done again by the formula. So the results equal the formula's bit for
-// bit.
+// Normals of the inner samples of a row, several at a time: the formula in every lane, with true divisions
+// and roots, so that the bits are the formula's.
+#include <immintrin.h>
+
 #include "kernels/kernels.h"
 #include "kernels/lanes.h"
 #include "kernels/normal_formula.h"
@@ -25,9 +22,29 @@ using Wide = double __attribute__((vector_size(8 * kWide)));
 using Bits = std::int64_t __attribute__((vector_size(8 * kWide)));
 using Narrow = float __attribute__((vector_size(4 * kWide)));
 
+// GCC 12 widens in halves where one instruction does it, and has no root of a vector.
+#if defined(__AVX512F__)
+QV_INLINE Wide Widen(const Narrow& v) {
+  return _mm512_maskz_cvtps_pd(0xFF, v);
+}
+QV_INLINE Wide Root(const Wide& v) {
+  return _mm512_maskz_sqrt_pd(0xFF, v);
+}
+#elif defined(__AVX2__)
+QV_INLINE Wide Widen(const Narrow& v) {
+  return _mm256_cvtps_pd(v);
+}
+QV_INLINE Wide Root(const Wide& v) {
+  return _mm256_sqrt_pd(v);
+}
+#else
 QV_INLINE Wide Widen(const Narrow& v) {
   return __builtin_convertvector(v, Wide);
 }
+QV_INLINE Wide Root(const Wide& v) {
+  return _mm_sqrt_pd(v);
+}
+#endif
 QV_INLINE Narrow Rounded(const Wide& v) {
   return __builtin_convertvector(v, Narrow);
 }
@@ -93,100 +110,41 @@ QV_INLINE Wide Square(const WideVector& v) {
   return v.x * v.x + v.y * v.y + v.z * v.z;
 }
 
-/// 1 / sqrt(s) for positive finite s, relative error below 2^-49. It begins with the exponent halved in
-/// integers (error below 0.035) and takes two steps of the series of (1 - e)^(-1/2): up to e^3, then up to
-/// e^2.
-QV_INLINE Wide ReciprocalRoot(const Wide& s) {
-  Wide r = reinterpret_cast<Wide>(0x5FE6EB50C7B537A9 - (BitsOf(s) >> 1));
-  Wide e = 1.0 - s * (r * r);
-  r += r * (e * (0.5 + e * (0.375 + e * 0.3125)));
-  e = 1.0 - s * (r * r);
-  return r + r * (e * (0.5 + e * 0.375));
+/// As it is stored in an array of samples.
+QV_INLINE Wide RoundedTo(float /*sample*/, const Wide& v) {
+  return Widen(Rounded(v));
+}
+QV_INLINE Wide RoundedTo(double /*sample*/, const Wide& v) {
+  return v;
 }
 
-QV_INLINE Wide Root(const Wide& s) {
-  double lane[kWide];
-  __builtin_memcpy(lane, &s, sizeof lane);
-  for (int i = 0; i < kWide; ++i) lane[i] = __builtin_sqrt(lane[i]);
-  return LoadWide(lane);
+template <class Real>
+QV_INLINE WideVector TriangleNormal(const WideVector& a, const WideVector& b) {
+  const WideVector n = Cross(a, b);
+  const Wide square = Square(n), one = Wide{} + 1.0, length = square > 0.0 ? Root(square) : one;
+  return {RoundedTo(Real{}, n.x / length), RoundedTo(Real{}, n.y / length), RoundedTo(Real{}, n.z / length)};
 }
 
-/// Is the value within 64 units of its last place of the midpoint of two floats, or below their normal range?
-QV_INLINE Bits Doubtful(const Wide& q) {
-  const Bits near = ((BitsOf(q) + ((1LL << 28) + 64)) & ((1LL << 29) - 128)) == 0;
-  const Wide square = q * q;
-  return near | ((square > 0.0) & (square < 0x1p-252));
-}
-QV_INLINE Bits Doubtful(const WideVector& q) {
-  return Doubtful(q.x) | Doubtful(q.y) | Doubtful(q.z);
+QV_INLINE WideVector NormalizeVector(const WideVector& v) {
+  const Wide square = Square(v), one = Wide{} + 1.0, length = Root(square);
+  const Wide factor = one / (length == 0.0 ? one : length);
+  return {v.x * factor, v.y * factor, v.z * factor};
 }
 
-/// How vectors from float samples are given unit length.
-struct ShortRoot {
-  Bits unsure = {};  ///< lanes to be done again by the formula
-  Bits lost =
-      {};  ///< lanes where something infinite or a NaN took part: the formula makes three NaNs of that
-};
-
-/// The unit normal of a triangle, rounded to float, where it is used; else 0.
-template <bool kHoles>
-QV_INLINE WideVector Unit(ShortRoot* method, const WideVector& n, const Bits& used) {
-  const Wide s = Square(n), r = ReciprocalRoot(s);
-  const WideVector q = {n.x * r, n.y * r, n.z * r};
-  method->unsure |= Doubtful(q);
-  const Bits finite = s < 0x1p1023;
-  method->lost |= kHoles ? ~finite & used : ~finite;
-  const WideVector rounded = {Widen(Rounded(q.x)), Widen(Rounded(q.y)), Widen(Rounded(q.z))};
-  if (!kHoles) return rounded;
-  return {Selected(rounded.x, used), Selected(rounded.y, used), Selected(rounded.z, used)};
+QV_INLINE void StoreNormals(float* to, const WideVector& v) {
+  StoreTriplets(to, Rounded(v.x), Rounded(v.y), Rounded(v.z));
 }
-
-/// Stores the sum, normalised.
-QV_INLINE void Finish(ShortRoot* method, const WideVector& sum, float* normals) {
-  const Wide s = Square(sum), one = Wide{} + 1.0, nan = Wide{} + __builtin_nan("");
-  const Wide r = ReciprocalRoot(s == 0.0 ? one : s);
-  const WideVector q = {sum.x * r, sum.y * r, sum.z * r};
-  method->unsure = (method->unsure | Doubtful(q)) & ~method->lost;
-  StoreTriplets(normals, Rounded(method->lost ? nan : q.x), Rounded(method->lost ? nan : q.y),
-                Rounded(method->lost ? nan : q.z));
-}
-
-/// The formula itself, for double samples: nothing is rounded afterwards, so nothing may differ before.
-struct TrueRoot {
-  Bits unsure = {};
-};
-
-template <bool kHoles>
-QV_INLINE WideVector Unit(TrueRoot* /*method*/, const WideVector& n, const Bits& /*used*/) {
-  const Wide s = Square(n), length = Root(s);
-  const Bits some = s > 0.0;
-  return {some ? n.x / length : n.x, some ? n.y / length : n.y, some ? n.z / length : n.z};
+QV_INLINE void StoreNormals(double* to, const WideVector& v) {
+  StoreTriplets(to, v.x, v.y, v.z);
 }
 
 QV_INLINE Wide OneNaN(const Wide& v) {
   return v == v ? v : Wide{} + __builtin_nan("");
 }
 
-QV_INLINE void Finish(TrueRoot* /*method*/, const WideVector& sum, double* normals) {
-  const Wide length = Root(Square(sum)), factor = 1.0 / length;
-  const Bits none = length == 0.0;
-  StoreTriplets(normals, OneNaN(none ? sum.x : sum.x * factor), OneNaN(none ? sum.y : sum.y * factor),
-                OneNaN(none ? sum.z : sum.z * factor));
-}
-
-template <class Real>
-struct MethodOf {
-  using Type = ShortRoot;
-};
-template <>
-struct MethodOf<double> {
-  using Type = TrueRoot;
-};
-
-/// The sum over the triangles of the ring, in order. Without holes no sample of `ring` is missing.
-template <int kNeighbours, bool kHoles, class Method>
-QV_INLINE WideVector SumOfTriangles(Method* method, const Wide& z, const Wide (&ring)[kNeighbours], double dx,
-                                    double dy) {
+/// The sum over the triangles of the ring, in order. Without holes no sample of the ring is missing.
+template <int kNeighbours, bool kHoles, class Real>
+QV_INLINE WideVector SumOfTriangles(const Wide& z, const Wide (&ring)[kNeighbours], double dx, double dy) {
   WideVector edge[kNeighbours], sum = {};
   Bits used[kNeighbours];
   for (int k = 0; k < kNeighbours; ++k) {
@@ -198,51 +156,42 @@ QV_INLINE WideVector SumOfTriangles(Method* method, const Wide& z, const Wide (&
 #pragma GCC unroll 6
   for (int k = 0; k < kNeighbours; ++k) {
     const int next = (k + 1) % kNeighbours;
-    const WideVector n = Unit<kHoles>(method, Cross(edge[k], edge[next]), used[k] & used[next]);
+    WideVector n = TriangleNormal<Real>(edge[k], edge[next]);
+    if (kHoles) {
+      const Bits both = used[k] & used[next];
+      n = {Selected(n.x, both), Selected(n.y, both), Selected(n.z, both)};
+    }
     sum = k == 0 ? n : WideVector{sum.x + n.x, sum.y + n.y, sum.z + n.z};
   }
   return sum;
-}
-
-template <int kNeighbours, class Real>
-[[gnu::noinline]] void Again(const Real* h, std::ptrdiff_t width, double dx, double dy, Real* normal) {
-  SampleNormal<kNeighbours>(h, width, dx, dy, Place{true, true, true, true}, normal);
 }
 
 /// kWide samples from h on.
 template <int kNeighbours, class Real>
 QV_INLINE void Block(const Real* h, std::ptrdiff_t width, double dx, double dy, Real* normals) {
   Wide ring[kNeighbours];
-  Bits allHigh = ~Bits{};
+  Bits high = ~Bits{};
   for (int k = 0; k < kNeighbours; ++k) {
     const Offset side = kRing<kNeighbours>[k];
     ring[k] = LoadWide(h + side.row * width + side.column);
-    allHigh &= ring[k] > -1e10;
+    high &= ring[k] > -1e10;
   }
   const Wide z = LoadWide(h);
-  typename MethodOf<Real>::Type method;
-  const bool holes = sizeof(Real) == sizeof(float) && Any(~allHigh);
-  const WideVector sum = holes ? SumOfTriangles<kNeighbours, true>(&method, z, ring, dx, dy)
-                               : SumOfTriangles<kNeighbours, false>(&method, z, ring, dx, dy);
-  Finish(&method, sum, normals);
-  if (!Any(method.unsure)) return;
-  for (int i = 0; i < kWide; ++i) {
-    if (method.unsure[i]) Again<kNeighbours>(h + i, width, dx, dy, normals + 3 * i);
-  }
-}
-
-/// Spacings that are 0 or not finite make normals that the short way does not foresee.
-QV_INLINE bool Ordinary(double spacing) {
-  const double size = __builtin_fabs(spacing);
-  return size > 0 && size < __builtin_inf();
+  const bool holes = sizeof(Real) == sizeof(float) && Any(~high);
+  const WideVector sum = holes ? SumOfTriangles<kNeighbours, true, Real>(z, ring, dx, dy)
+                               : SumOfTriangles<kNeighbours, false, Real>(z, ring, dx, dy);
+  const WideVector n = NormalizeVector(sum);
+  StoreNormals(normals, {OneNaN(n.x), OneNaN(n.y), OneNaN(n.z)});
 }
 
 template <int kNeighbours, class Real>
 void InnerRow(const Real* h, std::ptrdiff_t width, double dx, double dy, Real* normals) {
   std::ptrdiff_t column = 1;
   const std::ptrdiff_t end = width - 1;
-  if (end - column < kWide || !Ordinary(dx) || !Ordinary(dy)) {
-    for (; column < end; ++column) Again<kNeighbours>(h + column, width, dx, dy, normals + 3 * column);
+  if (end - column < kWide) {
+    const Place inner = {true, true, true, true};
+    for (; column < end; ++column)
+      SampleNormal<kNeighbours>(h + column, width, dx, dy, inner, normals + 3 * column);
     return;
   }
   while (column < end) {
