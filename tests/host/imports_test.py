@@ -2,10 +2,12 @@
 
 import math
 import os
+import pty
 import struct
+import subprocess
 import unittest
 
-from support import SANITIZED, ProgramTest, ascii_stl, binary_stl, sheet
+from support import PROGRAM, SANITIZED, ProgramTest, ascii_stl, binary_stl, sheet
 
 COMMANDS = (["stats"], ["mesh2grid", "-o", "out.csv"], ["render", "-o", "out.png"])
 
@@ -221,6 +223,24 @@ class Limits(ProgramTest):
         text = self.run_program(*arguments).stderr
         self.assertRegex(text, r"qv3d: (converting to heights|measuring).*: [0-9.]+ s")
         self.assertEqual(self.run_program(*arguments, "--quiet").stderr, "")
+
+    def test_terminal_sees_one_line_that_is_wiped(self):
+        sheet_file = self.write("sheet.stl", binary_stl(sheet(12)))
+        mine, its = pty.openpty()
+        process = subprocess.Popen([PROGRAM, "stats", sheet_file, "--nx", "7000", "--ny", "7000"],
+                                   stdout=subprocess.DEVNULL, stderr=its)
+        os.close(its)
+        shown = b""
+        try:
+            while piece := os.read(mine, 65536):
+                shown += piece
+        except OSError:  # how a terminal says that the other side is gone
+            pass
+        os.close(mine)
+        self.assertEqual(process.wait(timeout=60), 0)
+        self.assertRegex(shown, rb"\r\x1b\[K(converting to heights|measuring) \.\.\. [0-9.]+ s")
+        self.assertTrue(shown.endswith(b"\r\x1b[K"))
+        self.assertNotIn(b"\n", shown)
 
 
 if __name__ == "__main__":
