@@ -61,7 +61,8 @@ inline Digits ScanDigits(const char* text, std::uint64_t value) {
       text += 8;
       continue;
     }
-    if (count > 0) value = value * kWholePowers[count] + JoinEightDigits(characters << (8 * (8 - count)));
+    // In two steps: with no digit all eight characters are shifted out.
+    value = value * kWholePowers[count] + JoinEightDigits(characters << (8 * (7 - count)) << 8);
     return {text + count, value};
   }
 }
@@ -84,23 +85,22 @@ Exponent ScanExponent(const char* text) {
   return {text, text > first, negative ? -value : value};
 }
 
-struct PowersOfTen {
-  double power[38];
-};
-constexpr PowersOfTen kPowers = {{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
-                                  1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19,
-                                  1e20, 1e21, 1e22, 1e23, 1e24, 1e25, 1e26, 1e27, 1e28, 1e29,
-                                  1e30, 1e31, 1e32, 1e33, 1e34, 1e35, 1e36, 1e37}};
+constexpr std::int64_t kLargestPower = 37;
+constexpr double kPowers[2 * kLargestPower + 1] = {
+    1e-37, 1e-36, 1e-35, 1e-34, 1e-33, 1e-32, 1e-31, 1e-30, 1e-29, 1e-28, 1e-27, 1e-26, 1e-25, 1e-24, 1e-23,
+    1e-22, 1e-21, 1e-20, 1e-19, 1e-18, 1e-17, 1e-16, 1e-15, 1e-14, 1e-13, 1e-12, 1e-11, 1e-10, 1e-9,  1e-8,
+    1e-7,  1e-6,  1e-5,  1e-4,  1e-3,  1e-2,  1e-1,  1e0,   1e1,   1e2,   1e3,   1e4,   1e5,   1e6,   1e7,
+    1e8,   1e9,   1e10,  1e11,  1e12,  1e13,  1e14,  1e15,  1e16,  1e17,  1e18,  1e19,  1e20,  1e21,  1e22,
+    1e23,  1e24,  1e25,  1e26,  1e27,  1e28,  1e29,  1e30,  1e31,  1e32,  1e33,  1e34,  1e35,  1e36,  1e37};
 
 /// mantissa * 10^exponent as the nearest float, if that can be had from a few roundings in double: the
 /// conversion of the mantissa, the power and the product are each off by half a unit in the last place of a
 /// double at most, less than three units together. Unless that reaches across the middle between two floats,
 /// rounding to float gives what rounding the exact value would.
 inline bool RoundToFloat(std::uint64_t mantissa, std::int64_t exponent, float* value) {
-  constexpr std::int64_t kLargest = std::size(kPowers.power) - 1;
-  if (exponent < -kLargest || exponent > kLargest) return false;
-  const auto whole = static_cast<double>(static_cast<std::int64_t>(mantissa));
-  const double product = exponent < 0 ? whole / kPowers.power[-exponent] : whole * kPowers.power[exponent];
+  if (exponent < -kLargestPower || exponent > kLargestPower) return false;
+  const double product =
+      static_cast<double>(static_cast<std::int64_t>(mantissa)) * kPowers[exponent + kLargestPower];
   if (!(product > std::numeric_limits<float>::min() && product < 3e38)) return false;
 
   constexpr std::int64_t kDropped = 1 << 29, kMiddle = kDropped / 2, kDoubt = 8;
@@ -212,8 +212,9 @@ ScannedNumber ScanNan(const char* text) {
 }  // namespace
 
 ScannedNumber ScanNumber(const char* text) {
+  // Signs are as good as random: no branches on them.
   const bool negative = *text == '-';
-  if (*text == '-' || *text == '+') ++text;
+  text += static_cast<int>(negative) | static_cast<int>(*text == '+');
 
   ScannedNumber number;
   const char first = ToLower(*text);
@@ -226,7 +227,8 @@ ScannedNumber ScanNumber(const char* text) {
   } else {
     number = ScanDecimal(text);
   }
-  number.value = negative ? -number.value : number.value;
+  number.value = std::bit_cast<float>(std::bit_cast<std::uint32_t>(number.value) ^
+                                      (static_cast<std::uint32_t>(negative) << 31));
   return number;
 }
 

@@ -106,11 +106,14 @@ TextScanner::Word TextScanner::NextWord() {
 }
 
 bool TextScanner::NextNumber(float* value) {
-  if (!SkipSpace()) return false;
   for (;;) {
-    const ScannedNumber number = ScanNumber(reader_.Cursor());
+    const char* text = FindWord(reader_.Cursor());
+    const ScannedNumber number = ScanNumber(text);
     // What ends with the data read so far may go on behind them.
-    if (number.end == reader_.End() && reader_.ReadMore()) continue;
+    if (number.end == reader_.End()) {
+      reader_.ConsumeTo(text);
+      if (reader_.ReadMore()) continue;
+    }
     reader_.ConsumeTo(number.end);
     *value = number.value;
     return number.isNumber;
