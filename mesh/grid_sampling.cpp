@@ -92,8 +92,8 @@ class Sampler {
     for (std::ptrdiff_t row = rows.begin; row < rows.end; ++row) {
       for (std::ptrdiff_t column = columns.begin; column < columns.end; ++column) {
         // Both, and then one branch.
-        const bool isNew = !IsDone(column, row) & Contains(t, column, row);
-        if (isNew && (IsInBox(f, column, row) || IsInCells(f, column, row))) Give(t, column, row);
+        const int isNew = static_cast<int>(!IsDone(column, row)) & static_cast<int>(Contains(t, column, row));
+        if (isNew != 0 && (IsInBox(f, column, row) || IsInCells(f, column, row))) Give(t, column, row);
       }
     }
   }

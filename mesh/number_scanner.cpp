@@ -143,29 +143,19 @@ float ConvertExactly(const char* first, const char* mantissaEnd, const char* las
 }
 
 ScannedNumber ScanDecimal(const char* text) {
-  const Digits whole = ScanDigits(text, 0);
-  Digits all = whole;
-  std::int64_t fractionLength = 0;
-  std::int64_t length = whole.end - text;
-  if (*whole.end == '.') {
-    const char* fraction = whole.end + 1;
-    all = ScanDigits(fraction, whole.value);
-    fractionLength = all.end - fraction;
-    length += fractionLength;
+  const char* end = ScanDigits(text, 0).end;
+  std::ptrdiff_t length = end - text;
+  if (*end == '.') {
+    const char* fraction = end + 1;
+    end = ScanDigits(fraction, 0).end;
+    length += end - fraction;
   }
-  if (length == 0) return {all.end, 0, false};
-
-  Exponent exponent{all.end, true, 0};
-  if (*all.end == 'e' || *all.end == 'E') exponent = ScanExponent(all.end + 1);
+  if (length == 0) return {end, 0, false};
+  Exponent exponent{end, true, 0};
+  if (ToLower(*end) == 'e') exponent = ScanExponent(end + 1);
   if (!exponent.complete) return {exponent.end, 0, false};
-
-  float value = 0;
-  const bool isZero = length <= kExactDigits && all.value == 0;
-  if (!isZero &&
-      !(length <= kExactDigits && RoundToFloat(all.value, exponent.value - fractionLength, &value))) {
-    value = ConvertExactly(text, all.end, exponent.end, std::chars_format::general, exponent.value);
-  }
-  return {exponent.end, value, true};
+  return {exponent.end, ConvertExactly(text, end, exponent.end, std::chars_format::general, exponent.value),
+          true};
 }
 
 /// `text` is behind "0x".
@@ -209,12 +199,10 @@ ScannedNumber ScanNan(const char* text) {
   return {end + 1, nan, true};
 }
 
-}  // namespace
-
-ScannedNumber ScanNumber(const char* text) {
-  // Signs are as good as random: no branches on them.
+/// All that a number can be, as carefully as need be.
+[[gnu::noinline]] ScannedNumber ScanAnyNumber(const char* text) {
   const bool negative = *text == '-';
-  text += static_cast<int>(negative) | static_cast<int>(*text == '+');
+  if (*text == '-' || *text == '+') ++text;
 
   ScannedNumber number;
   const char first = ToLower(*text);
@@ -227,9 +215,44 @@ ScannedNumber ScanNumber(const char* text) {
   } else {
     number = ScanDecimal(text);
   }
-  number.value = std::bit_cast<float>(std::bit_cast<std::uint32_t>(number.value) ^
-                                      (static_cast<std::uint32_t>(negative) << 31));
+  if (negative) number.value = -number.value;
   return number;
+}
+
+float WithSign(float value, bool negative) {
+  return std::bit_cast<float>(std::bit_cast<std::uint32_t>(value) ^
+                              (static_cast<std::uint32_t>(negative) << 31));
+}
+
+}  // namespace
+
+// The decimals that files are full of. Anything else, or anything in doubt, is scanned again from its start.
+// Signs are as good as random: no branches on them.
+ScannedNumber ScanNumber(const char* text) {
+  const bool negative = *text == '-';
+  const char* first = text + (static_cast<int>(negative) | static_cast<int>(*text == '+'));
+
+  // Most often there is one digit before the point.
+  Digits digits = IsDigit(*first) && first[1] == '.'
+                      ? Digits{first + 1, static_cast<std::uint64_t>(*first - '0')}
+                      : ScanDigits(first, 0);
+  std::ptrdiff_t length = digits.end - first;
+  std::int64_t scale = 0;
+  if (*digits.end == '.') {
+    const char* fraction = digits.end + 1;
+    digits = ScanDigits(fraction, digits.value);
+    scale = fraction - digits.end;
+    length -= scale;
+  }
+  Exponent exponent{digits.end, true, 0};
+  const char after = ToLower(*digits.end);
+  if (after == 'e') exponent = ScanExponent(digits.end + 1);
+  if (length == 0 || length > kExactDigits || after == 'x' || !exponent.complete) return ScanAnyNumber(text);
+
+  float value = 0;
+  if (digits.value != 0 && !RoundToFloat(digits.value, exponent.value + scale, &value))
+    return ScanAnyNumber(text);
+  return {exponent.end, WithSign(value, negative), true};
 }
 
 }  // namespace qv::mesh
