@@ -115,7 +115,10 @@ struct PendingFacet {
 };
 
 bool ReadVertex(TextScanner& scanner, Vertex* vertex) {
-  return scanner.NextNumber(&vertex->x) && scanner.NextNumber(&vertex->y) && scanner.NextNumber(&vertex->z);
+  float coordinates[3];
+  if (!scanner.NextNumbers(coordinates, 3)) return false;
+  *vertex = {coordinates[0], coordinates[1], coordinates[2]};
+  return true;
 }
 
 /// A facet is committed by the "endfacet" or "facet" that follows it, if it has three vertices by then.

@@ -45,6 +45,11 @@ bool IsKeyword(const char* text, const char* keyword, int length) {
   return (found | CaseBits(length)) == expected && (IsSpace(text[length]) || text[length] == '\0');
 }
 
+constexpr int kLongestKeyword = 8;
+
+/// Characters of each Word that are no white space for sure.
+constexpr int kWordLength[] = {0, 5, 8, 6, 1};
+
 TextScanner::Word Classify(const char* text) {
   switch (*text | 0x20) {
     case 'f':
@@ -60,6 +65,7 @@ TextScanner::Word Classify(const char* text) {
 
 /// The first white space at or behind `text`, or `end`.
 const char* FindSpace(const char* text, const char* end) {
+  if (IsSpace(*text)) return text;
   for (;;) {
     // Characters up to ' ' have a borrow or the high bit in (c - 0x21) & ~c. Later bytes may be found
     // wrongly, never the first one.
@@ -95,21 +101,60 @@ void TextScanner::SkipWord() {
   }
 }
 
+// The two functions that do the work keep the position in a register while they can, for everything waits for
+// it. The end of what has been read is left to slower ones.
+
 TextScanner::Word TextScanner::NextWord() {
-  constexpr std::size_t kLongestKeyword = 8;
+  const char* text = FindWord(reader_.Cursor());
+  const char* end = reader_.End();
+  if (end - text <= kLongestKeyword) {
+    reader_.ConsumeTo(text);
+    return NextWordNearEnd();
+  }
+  const Word word = Classify(text);
+  text = FindSpace(text + kWordLength[static_cast<int>(word)], end);
+  reader_.ConsumeTo(text);
+  if (text == end) SkipWord();
+  return word;
+}
+
+TextScanner::Word TextScanner::NextWordNearEnd() {
   if (!SkipSpace()) return Word::kNone;
-  // Less at the end of the file, and then zeros follow.
-  if (reader_.Available() <= kLongestKeyword) reader_.Have(kLongestKeyword + 1);
+  reader_.Have(kLongestKeyword + 1);  // less at the end of the file, and then zeros follow
   const Word word = Classify(reader_.Cursor());
   SkipWord();
   return word;
 }
 
-bool TextScanner::NextNumber(float* value) {
-  if (!SkipSpace()) return false;
+bool TextScanner::NextNumbers(float* values, int count) {
+  const char* text = reader_.Cursor();
+  const char* end = reader_.End();
+  for (int i = 0; i < count; ++i) {
+    text = FindWord(text);
+    const ScannedNumber number = ScanNumber(text);
+    if (number.end == end) {
+      // What ends with the data read so far may go on behind them.
+      reader_.ConsumeTo(text);
+      if (!NextNumberNearEnd(values + i)) return false;
+      text = reader_.Cursor();
+      end = reader_.End();
+      continue;
+    }
+    text = number.end;
+    values[i] = number.value;
+    if (!number.isNumber) {
+      reader_.ConsumeTo(text);
+      return false;
+    }
+  }
+  reader_.ConsumeTo(text);
+  return true;
+}
+
+bool TextScanner::NextNumberNearEnd(float* value) {
   for (;;) {
+    if (!SkipSpace()) return false;
     const ScannedNumber number = ScanNumber(reader_.Cursor());
-    // What ends with the data read so far may go on behind them.
     if (number.end == reader_.End() && reader_.ReadMore()) continue;
     reader_.ConsumeTo(number.end);
     *value = number.value;
