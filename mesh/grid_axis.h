@@ -35,9 +35,9 @@ class GridAxis {
   /// The first sample in a cell that is not below `position`, or end().
   std::ptrdiff_t FirstFrom(double position) const {
     const double guess = (position - guessOrigin_) * guessScale_;
-    std::ptrdiff_t k = !(guess > 0) ? 0 : guess < guessLimit_ ? static_cast<std::ptrdiff_t>(guess) : end_;
+    std::ptrdiff_t k = !(guess > 0) ? 0 : guess < guessLimit_ ? static_cast<std::ptrdiff_t>(guess) + 1 : end_;
     k = std::clamp(k, begin(), end_);
-    // The guess is off by one or two, unless positions repeat because floats have no more digits.
+    // The guess is right or off by one, unless positions repeat because floats have no more digits.
     for (int step = 0; step < 4; ++step) {
       if (k < end_ && (*this)[k] < position) {
         ++k;

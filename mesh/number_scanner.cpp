@@ -153,11 +153,11 @@ ScannedNumber ScanDecimal(const char* text) {
     fractionLength = all.end - fraction;
     length += fractionLength;
   }
-  if (length == 0) return {all.end, false, 0};
+  if (length == 0) return {all.end, 0, false};
 
   Exponent exponent{all.end, true, 0};
   if (*all.end == 'e' || *all.end == 'E') exponent = ScanExponent(all.end + 1);
-  if (!exponent.complete) return {exponent.end, false, 0};
+  if (!exponent.complete) return {exponent.end, 0, false};
 
   float value = 0;
   const bool isZero = length <= kExactDigits && all.value == 0;
@@ -165,7 +165,7 @@ ScannedNumber ScanDecimal(const char* text) {
       !(length <= kExactDigits && RoundToFloat(all.value, exponent.value - fractionLength, &value))) {
     value = ConvertExactly(text, all.end, exponent.end, std::chars_format::general, exponent.value);
   }
-  return {exponent.end, true, value};
+  return {exponent.end, value, true};
 }
 
 /// `text` is behind "0x".
@@ -177,12 +177,12 @@ ScannedNumber ScanHexadecimal(const char* text) {
     ++end;
     for (; IsHexDigit(*end); ++end) length = 1;
   }
-  if (length == 0) return {end, false, 0};
+  if (length == 0) return {end, 0, false};
   Exponent exponent{end, true, 0};
   if (ToLower(*end) == 'p') exponent = ScanExponent(end + 1);
-  if (!exponent.complete) return {exponent.end, false, 0};
-  return {exponent.end, true,
-          ConvertExactly(text, end, exponent.end, std::chars_format::hex, exponent.value)};
+  if (!exponent.complete) return {exponent.end, 0, false};
+  return {exponent.end, ConvertExactly(text, end, exponent.end, std::chars_format::hex, exponent.value),
+          true};
 }
 
 /// Behind the characters of `word` (lower case) that `text` has in either case.
@@ -196,17 +196,17 @@ const char* Follow(const char* text, const char* word) {
 
 ScannedNumber ScanInfinity(const char* text) {
   const char* end = Follow(text, "infinity");
-  return {end, end - text == 3 || end - text == 8, std::numeric_limits<float>::infinity()};
+  return {end, std::numeric_limits<float>::infinity(), end - text == 3 || end - text == 8};
 }
 
 ScannedNumber ScanNan(const char* text) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const char* end = Follow(text, "nan");
-  if (end - text < 3 || *end != '(') return {end, end - text == 3, nan};
+  if (end - text < 3 || *end != '(') return {end, nan, end - text == 3};
   ++end;
   while (IsDigit(*end) || IsLetter(*end) || *end == '_') ++end;
-  if (*end != ')') return {end, false, 0};
-  return {end + 1, true, nan};
+  if (*end != ')') return {end, 0, false};
+  return {end + 1, nan, true};
 }
 
 }  // namespace
@@ -216,16 +216,17 @@ ScannedNumber ScanNumber(const char* text) {
   if (*text == '-' || *text == '+') ++text;
 
   ScannedNumber number;
-  if (*text == '0' && ToLower(text[1]) == 'x') {
-    number = ScanHexadecimal(text + 2);
-  } else if (ToLower(*text) == 'i') {
+  const char first = ToLower(*text);
+  if (first == 'i') {
     number = ScanInfinity(text);
-  } else if (ToLower(*text) == 'n') {
+  } else if (first == 'n') {
     number = ScanNan(text);
+  } else if (first == '0' && ToLower(text[1]) == 'x') {
+    number = ScanHexadecimal(text + 2);
   } else {
     number = ScanDecimal(text);
   }
-  if (negative) number.value = -number.value;
+  number.value = negative ? -number.value : number.value;
   return number;
 }
 

@@ -20,6 +20,17 @@ std::uint64_t LoadEight(const char* text) {
   return characters;
 }
 
+/// The first character at or behind `text` that is no white space; a NUL is none.
+const char* FindWord(const char* text) {
+  for (;;) {
+    if (!IsSpace(*text)) return text;
+    ++text;
+    // Indentation is mostly blanks.
+    const std::uint64_t others = LoadEight(text) ^ 0x2020202020202020U;
+    text += others == 0 ? 8 : std::countr_zero(others) / 8;
+  }
+}
+
 /// The bit that tells small letters from capitals, in the first `length` of eight characters.
 constexpr std::uint64_t CaseBits(int length) {
   return 0x2020202020202020U >> (8 * (8 - length));
@@ -69,8 +80,7 @@ const char* FindSpace(const char* text, const char* end) {
 
 bool TextScanner::SkipSpace() {
   for (;;) {
-    const char* text = reader_.Cursor();
-    while (IsSpace(*text)) ++text;
+    const char* text = FindWord(reader_.Cursor());
     reader_.ConsumeTo(text);
     if (text != reader_.End()) return true;
     if (!reader_.ReadMore()) return false;
@@ -88,7 +98,8 @@ void TextScanner::SkipWord() {
 TextScanner::Word TextScanner::NextWord() {
   constexpr std::size_t kLongestKeyword = 8;
   if (!SkipSpace()) return Word::kNone;
-  reader_.Have(kLongestKeyword + 1);  // less at the end of the file, and then zeros follow
+  // Less at the end of the file, and then zeros follow.
+  if (reader_.Available() <= kLongestKeyword) reader_.Have(kLongestKeyword + 1);
   const Word word = Classify(reader_.Cursor());
   SkipWord();
   return word;
