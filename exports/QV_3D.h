@@ -274,7 +274,7 @@ QV_API unsigned QV_CALL IsExtensionSupported(const char* names);
  * order. Sample (i, j) lies at x = i*xSize/(width-1) + xOffset, y = j*ySize/(height-1) - yOffset, z = the raw
  * height; the offsets do not influence normals. Each normal is the normalised sum of the unit normals of the
  * triangles that the sample makes with adjacent neighbours inside the grid. All return 0. A grid of width or
- * height 1 gives (0, 0, 0). Any thread. Not checked: pointers.
+ * height 1 gives (0, 0, 0), one below 1 writes nothing. Any thread. Not checked: pointers.
  * ==================================================================================================== */
 
 /* Double samples, 4 neighbours, unit frame (xSize = ySize = 1). No sample counts as missing. */
