@@ -51,8 +51,8 @@ struct ArrayKernels {
                     std::uint8_t above, std::uint8_t atOrBelow);
 };
 
-/// Normals of the samples 1 to width-2 of the row at h, which has rows below and above it, with the spacings dx and dy.
-/// Equal to SampleNormal of kernels/normal_formula.h.
+/// Normals of the samples 1 to width-2 of the row at h, which has rows below and above it, with the spacings
+/// dx and dy. Equal to SampleNormal of kernels/normal_formula.h.
 struct NormalsKernels {
   void (*fourNeighboursDouble)(const double* h, std::ptrdiff_t width, double dx, double dy, double* normals);
   void (*fourNeighbours)(const float* h, std::ptrdiff_t width, double dx, double dy, float* normals);
@@ -62,7 +62,7 @@ struct NormalsKernels {
 // Every family of kernels: the type of its table and its name.
 #define QV_KERNEL_FAMILIES(FAMILY)      \
   FAMILY(StatisticsKernels, statistics) \
-  FAMILY(ArrayKernels, arrays) \
+  FAMILY(ArrayKernels, arrays)          \
   FAMILY(NormalsKernels, normals)
 
 struct KernelTable {
