@@ -7,12 +7,11 @@
 #include <limits>
 #include <system_error>
 
+#include "mesh/plain_decimal.h"
+
 namespace qv::mesh {
 namespace {
 
-constexpr bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
 constexpr char ToLower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
@@ -38,16 +37,6 @@ inline int LeadingDigits(std::uint64_t characters) {
   const std::uint64_t others = ((characters + 0x7676767676767676U) | characters) & 0x8080808080808080U;
   return std::countr_zero(others) / 8;
 }
-
-/// The number that eight decimal digits make, the first in the lowest byte.
-inline std::uint64_t JoinEightDigits(std::uint64_t digits) {
-  digits = digits * 10 + (digits >> 8);
-  return ((digits & 0x000000FF000000FFU) * 0x000F424000000064U +
-          ((digits >> 16) & 0x000000FF000000FFU) * 0x0000271000000001U) >>
-         32;
-}
-
-constexpr std::uint64_t kWholePowers[9] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
 
 inline Digits ScanDigits(const char* text, std::uint64_t value) {
   static_assert(std::endian::native == std::endian::little);
@@ -83,31 +72,6 @@ Exponent ScanExponent(const char* text) {
     if (value < 1'000'000'000'000'000) value = value * 10 + (*text - '0');
   }
   return {text, text > first, negative ? -value : value};
-}
-
-constexpr std::int64_t kLargestPower = 37;
-constexpr double kPowers[2 * kLargestPower + 1] = {
-    1e-37, 1e-36, 1e-35, 1e-34, 1e-33, 1e-32, 1e-31, 1e-30, 1e-29, 1e-28, 1e-27, 1e-26, 1e-25, 1e-24, 1e-23,
-    1e-22, 1e-21, 1e-20, 1e-19, 1e-18, 1e-17, 1e-16, 1e-15, 1e-14, 1e-13, 1e-12, 1e-11, 1e-10, 1e-9,  1e-8,
-    1e-7,  1e-6,  1e-5,  1e-4,  1e-3,  1e-2,  1e-1,  1e0,   1e1,   1e2,   1e3,   1e4,   1e5,   1e6,   1e7,
-    1e8,   1e9,   1e10,  1e11,  1e12,  1e13,  1e14,  1e15,  1e16,  1e17,  1e18,  1e19,  1e20,  1e21,  1e22,
-    1e23,  1e24,  1e25,  1e26,  1e27,  1e28,  1e29,  1e30,  1e31,  1e32,  1e33,  1e34,  1e35,  1e36,  1e37};
-
-/// mantissa * 10^exponent as the nearest float, if that can be had from a few roundings in double: the
-/// conversion of the mantissa, the power and the product are each off by half a unit in the last place of a
-/// double at most, less than three units together. Unless that reaches across the middle between two floats,
-/// rounding to float gives what rounding the exact value would.
-inline bool RoundToFloat(std::uint64_t mantissa, std::int64_t exponent, float* value) {
-  if (exponent < -kLargestPower || exponent > kLargestPower) return false;
-  const double product =
-      static_cast<double>(static_cast<std::int64_t>(mantissa)) * kPowers[exponent + kLargestPower];
-  if (!(product > std::numeric_limits<float>::min() && product < 3e38)) return false;
-
-  constexpr std::int64_t kDropped = 1 << 29, kMiddle = kDropped / 2, kDoubt = 8;
-  const std::int64_t fraction = std::bit_cast<std::int64_t>(product) & (kDropped - 1);
-  if (fraction >= kMiddle - kDoubt && fraction <= kMiddle + kDoubt) return false;
-  *value = static_cast<float>(product);
-  return true;
 }
 
 /// Where the first digit that is not 0 stands relative to the point: 1 for "5.0", 0 for "0.5", -1 for "0.05".
@@ -217,11 +181,6 @@ ScannedNumber ScanNan(const char* text) {
   }
   if (negative) number.value = -number.value;
   return number;
-}
-
-float WithSign(float value, bool negative) {
-  return std::bit_cast<float>(std::bit_cast<std::uint32_t>(value) ^
-                              (static_cast<std::uint32_t>(negative) << 31));
 }
 
 }  // namespace

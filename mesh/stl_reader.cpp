@@ -64,6 +64,7 @@ bool TakeWholeRecords(BlockReader& reader, std::size_t wanted, Triangles* triang
   const char* vertices = reader.Cursor() + kNormalBytes;
   for (std::size_t i = 0; i < count; ++i)
     std::memcpy(added + i, vertices + i * kRecordBytes, sizeof(Triangle));
+  stl.StlBounds.Widen(added, count);  // here, while they are in the cache
   reader.ConsumeTo(reader.Cursor() + count * kRecordBytes);
   return true;
 }
@@ -76,6 +77,7 @@ bool TakeCutRecord(BlockReader& reader, Triangles* triangles) {
   if (vertexBytes < sizeof last) Print("ReadSTL - Error reading triangle vertices\n");
   const std::size_t usable = std::min(vertexBytes / sizeof(float) * sizeof(float), sizeof last);
   std::memcpy(&last, reader.Cursor() + kNormalBytes, usable);
+  stl.StlBounds.Widen(&last, 1);
   reader.ConsumeTo(reader.End());
   return triangles->Append(last);
 }
@@ -135,7 +137,7 @@ int ReadText(BlockReader& reader, Triangles* triangles) {
   TextScanner scanner(reader);
   PendingFacet facet;
   for (;;) {
-    const TextScanner::Word word = scanner.NextWord();
+    const TextScanner::Word word = scanner.NextKeyword();
     if (word == TextScanner::Word::kNone) break;
     if (word == TextScanner::Word::kFacet || word == TextScanner::Word::kEndFacet) {
       if (!CommitFacet(&facet, triangles)) return kUnreadable;
@@ -150,6 +152,7 @@ int ReadText(BlockReader& reader, Triangles* triangles) {
       }
     }
   }
+  stl.StlBounds.Widen(triangles->data(), triangles->size());
   return static_cast<int>(triangles->size());
 }
 
@@ -206,8 +209,7 @@ unsigned QV_CALL ParseSTLFile(const char* fileName, float* minX, float* maxX, fl
   }
   if (stl.Verbose != 0) Print("Successfully read %d triangles\n", stl.StlTriangleCount);
 
-  qv::mesh::MeshBounds& bounds = stl.StlBounds;
-  bounds.Widen(stl.StlTriangles.data(), stl.StlTriangles.size());
+  const qv::mesh::MeshBounds& bounds = stl.StlBounds;
   if (stl.Verbose != 0) qv::mesh::ReportBounds(bounds);
 
   *minX = bounds.minimum[0];

@@ -3,8 +3,10 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <emmintrin.h>
 
 #include "mesh/number_scanner.h"
+#include "mesh/plain_decimal.h"
 
 namespace qv::mesh {
 namespace {
@@ -47,9 +49,6 @@ bool IsKeyword(const char* text, const char* keyword, int length) {
 
 constexpr int kLongestKeyword = 8;
 
-/// Characters of each Word that are no white space for sure.
-constexpr int kWordLength[] = {0, 5, 8, 6, 1};
-
 TextScanner::Word Classify(const char* text) {
   switch (*text | 0x20) {
     case 'f':
@@ -61,6 +60,28 @@ TextScanner::Word Classify(const char* text) {
     default:
       return TextScanner::Word::kOther;
   }
+}
+
+/// Characters of each Word.
+constexpr int kWordLength[] = {0, 5, 8, 6, 1};
+
+constexpr std::ptrdiff_t kBlockBytes = 16;
+
+/// A bit for each of sixteen characters that begins a word and is the first letter of a keyword.
+/// `*atWordStart` says whether a word may begin at the first, and then whether one may begin behind the last.
+unsigned KeywordStarts(const char* text, unsigned* atWordStart) {
+  const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+  const __m128i fromTab = _mm_sub_epi8(c, _mm_set1_epi8('\t'));
+  const __m128i controls = _mm_cmpeq_epi8(_mm_min_epu8(fromTab, _mm_set1_epi8('\r' - '\t')), fromTab);
+  const __m128i spaces = _mm_or_si128(controls, _mm_cmpeq_epi8(c, _mm_set1_epi8(' ')));
+  const __m128i small = _mm_or_si128(c, _mm_set1_epi8(0x20));
+  const __m128i letters = _mm_or_si128(
+      _mm_cmpeq_epi8(small, _mm_set1_epi8('f')),
+      _mm_or_si128(_mm_cmpeq_epi8(small, _mm_set1_epi8('e')), _mm_cmpeq_epi8(small, _mm_set1_epi8('v'))));
+  const auto spaceBits = static_cast<unsigned>(_mm_movemask_epi8(spaces));
+  const unsigned starts = (spaceBits << 1) | *atWordStart;
+  *atWordStart = spaceBits >> (kBlockBytes - 1);
+  return starts & static_cast<unsigned>(_mm_movemask_epi8(letters));
 }
 
 /// The first white space at or behind `text`, or `end`.
@@ -104,21 +125,31 @@ void TextScanner::SkipWord() {
 // The two functions that do the work keep the position in a register while they can, for everything waits for
 // it. The end of what has been read is left to slower ones.
 
-TextScanner::Word TextScanner::NextWord() {
-  const char* text = FindWord(reader_.Cursor());
-  const char* end = reader_.End();
-  if (end - text <= kLongestKeyword) {
-    reader_.ConsumeTo(text);
-    return NextWordNearEnd();
+TextScanner::Word TextScanner::NextKeyword() {
+  const char* text = reader_.Cursor();
+  const char* last = reader_.End() - kBlockBytes - kLongestKeyword;
+  unsigned atWordStart = 1;  // also behind a number, which need not be followed by white space
+  for (; text < last; text += kBlockBytes) {
+    for (unsigned starts = KeywordStarts(text, &atWordStart); starts != 0; starts &= starts - 1) {
+      const char* word = text + std::countr_zero(starts);
+      const Word keyword = Classify(word);
+      if (keyword == Word::kOther) continue;
+      reader_.ConsumeTo(word + kWordLength[static_cast<int>(keyword)]);
+      if (*reader_.Cursor() == '\0') SkipWord();
+      return keyword;
+    }
   }
-  const Word word = Classify(text);
-  text = FindSpace(text + kWordLength[static_cast<int>(word)], end);
+  // Less than a block is left. A word that has begun is known not to be a keyword.
   reader_.ConsumeTo(text);
-  if (text == end) SkipWord();
-  return word;
+  if (atWordStart == 0) SkipWord();
+  for (;;) {
+    const Word word = NextWord();
+    if (word != Word::kOther) return word;
+    if (reader_.Available() > 2 * kBlockBytes) return NextKeyword();
+  }
 }
 
-TextScanner::Word TextScanner::NextWordNearEnd() {
+TextScanner::Word TextScanner::NextWord() {
   if (!SkipSpace()) return Word::kNone;
   reader_.Have(kLongestKeyword + 1);  // less at the end of the file, and then zeros follow
   const Word word = Classify(reader_.Cursor());
@@ -130,7 +161,12 @@ bool TextScanner::NextNumbers(float* values, int count) {
   const char* text = reader_.Cursor();
   const char* end = reader_.End();
   for (int i = 0; i < count; ++i) {
-    text = FindWord(text);
+    text = *text == ' ' && !IsSpace(text[1]) ? text + 1 : FindWord(text);
+    const char* behind = text;
+    if (ScanPlainDecimal(&behind, values + i) && behind != end) {
+      text = behind;
+      continue;
+    }
     const ScannedNumber number = ScanNumber(text);
     if (number.end == end) {
       // What ends with the data read so far may go on behind them.

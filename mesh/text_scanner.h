@@ -11,9 +11,9 @@ class TextScanner {
 
   enum class Word { kNone, kFacet, kEndFacet, kVertex, kOther };
 
-  /// Consumes the next word, of any length, and says which it is, in any letter case. A word ends for the
-  /// comparison at an embedded NUL, as C strings do. kNone at the end of the file.
-  Word NextWord();
+  /// Consumes words, of any length, up to the next keyword, in any letter case, and says which it is. A word
+  /// ends for the comparison at an embedded NUL, as C strings do. kNone at the end of the file.
+  Word NextKeyword();
 
   /// Consumes the next numbers, which need not be followed by white space. False when one of them is none;
   /// what was looked at is then consumed all the same.
@@ -22,7 +22,7 @@ class TextScanner {
  private:
   bool SkipSpace();
   void SkipWord();
-  Word NextWordNearEnd();
+  Word NextWord();
   bool NextNumberNearEnd(float* value);
 
   BlockReader& reader_;
