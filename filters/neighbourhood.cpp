@@ -1,9 +1,6 @@
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
-#include <vector>
 
 #include "core/kept_memory.h"
 #include "core/samples.h"
@@ -34,11 +31,34 @@ unsigned Run(Kernel kernel, int size, int nx, int ny, Arrays... arrays) {
   return 0;
 }
 
+/// Sorted are the first size * size samples in row order, of which an even size visits more: of its size + 1
+/// columns, size - 1 full rows and one sample.
+template <class Kernel, class... Arrays>
+unsigned RunRank(Kernel kernel, int size, int nx, int ny, std::ptrdiff_t rank, Arrays... arrays) {
+  const Frame frame = FrameOf(size, nx, ny);
+  if (frame.empty || size == 0) return 0;
+  const bool even = size % 2 == 0;
+  const std::ptrdiff_t side = 2 * frame.window.half + 1;
+  kernel(qv::kernels::RankWindow{frame.window, even ? side - 2 : side, even, rank}, arrays...);
+  return 0;
+}
+
+/// Not the median, for all that the exports are called so: callers rely on it.
+std::ptrdiff_t LowRank(int size) {
+  return size / 2;
+}
+std::ptrdiff_t TrueMedian(int size) {
+  return static_cast<std::ptrdiff_t>(static_cast<std::int64_t>(size) * size / 2);
+}
+
 const qv::kernels::WindowMeanKernels& Means() {
   return qv::kernels::Active().windowMeans;
 }
 const qv::kernels::WindowExtremeKernels& Extremes() {
   return qv::kernels::Active().windowExtremes;
+}
+const qv::kernels::WindowRankKernels& Ranks() {
+  return qv::kernels::Active().windowRanks;
 }
 
 }  // namespace
@@ -98,65 +118,17 @@ unsigned QV_CALL FilterMaximumf2(int size, int nx, int ny, const float* in, floa
   return Run(Extremes().maximumResidual, size, nx, ny, in, out, residual);
 }
 
-namespace {
-
-template <class T>
-bool Before(T a, T b) {
-  if (a != a || b != b) return a == a;
-  if (a != b) return a < b;
-  return std::signbit(a) && !std::signbit(b);
-}
-bool Before(int a, int b) {
-  return a < b;
-}
-
-template <class T, class Emit>
-void ForEachRank(int size, int nx, int ny, const T* in, std::ptrdiff_t rank, Emit emit) {
-  const Frame frame = FrameOf(size, nx, ny);
-  if (frame.empty || size == 0) return;
-  const std::ptrdiff_t half = frame.window.half, side = 2 * half + 1;
-  const std::size_t kept = static_cast<std::size_t>(size) * static_cast<std::size_t>(size);
-  std::vector<T> values;
-  for (std::ptrdiff_t r = 0; r < ny - 2 * half; ++r) {
-    for (std::ptrdiff_t c = 0; c < nx - 2 * half; ++c) {
-      values.clear();
-      for (std::ptrdiff_t i = 0; i < side; ++i)
-        values.insert(values.end(), in + (r + i) * nx + c, in + (r + i) * nx + c + side);
-      values.resize(kept);
-      std::nth_element(values.begin(), values.begin() + rank, values.end(),
-                       [](T a, T b) { return Before(a, b); });
-      T z = values[static_cast<std::size_t>(rank)];
-      if (z != z) z = std::numeric_limits<T>::quiet_NaN();
-      emit(r * (nx - 2 * half) + c, in[(r + half) * nx + c + half], z);
-    }
-  }
-}
-
-template <class T>
-unsigned LowRank(int size, int nx, int ny, const T* in, T* out) {
-  ForEachRank(size, nx, ny, in, size / 2, [&](std::ptrdiff_t i, T, T z) { out[i] = z; });
-  return 0;
-}
-
-}  // namespace
-
 unsigned QV_CALL FilterMedian(int size, int nx, int ny, const double* in, double* out) {
-  return LowRank(size, nx, ny, in, out);
+  return RunRank(Ranks().rankDoubles, size, nx, ny, LowRank(size), in, out);
 }
 unsigned QV_CALL FilterMedianf(int size, int nx, int ny, const float* in, float* out) {
-  return LowRank(size, nx, ny, in, out);
+  return RunRank(Ranks().rankFloats, size, nx, ny, LowRank(size), in, out);
 }
 unsigned QV_CALL FilterMediani(int size, int nx, int ny, const int* in, int* out) {
-  return LowRank(size, nx, ny, in, out);
+  return RunRank(Ranks().rankInts, size, nx, ny, LowRank(size), in, out);
 }
 unsigned QV_CALL FilterMedianf2(int size, int nx, int ny, const float* in, float* out, float* residual) {
-  const std::ptrdiff_t rank = static_cast<std::ptrdiff_t>(size) * size / 2;
-  ForEachRank(size, nx, ny, in, rank, [&](std::ptrdiff_t i, float centre, float z) {
-    out[i] = qv::IsMissing(z) ? qv::kBadSampleFloat : z;
-    residual[i] = qv::IsMissing(z) ? qv::kBadSampleFloat : centre - z;
-    if (residual[i] != residual[i]) residual[i] = std::numeric_limits<float>::quiet_NaN();
-  });
-  return 0;
+  return RunRank(Ranks().rankResidual, size, nx, ny, TrueMedian(size), in, out, residual);
 }
 
 unsigned QV_CALL FilterLaplacianf2(int size, int nx, int ny, const float* in, float* out, float* residual) {

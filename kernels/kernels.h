@@ -87,12 +87,32 @@ struct WindowExtremeKernels {
   void (*maximumResidual)(const Window& window, const float* in, float* out, float* residual);
 };
 
+/// Which sample of a sorted window is the result. The window has 2 * half + 1 samples in each of its first
+/// `fullRows` rows, and `oneMore` in the row below, the leftmost: an even size sorts its first size * size
+/// samples.
+struct RankWindow {
+  Window window;
+  std::ptrdiff_t fullRows;
+  bool oneMore;
+  std::ptrdiff_t rank;  ///< position in ascending order, from 0
+};
+
+/// Ranks of windows, in the order by value, -0 before 0, NaN last.
+struct WindowRankKernels {
+  void (*rankDoubles)(const RankWindow& ranked, const double* in, double* out);
+  void (*rankFloats)(const RankWindow& ranked, const float* in, float* out);
+  void (*rankInts)(const RankWindow& ranked, const std::int32_t* in, std::int32_t* out);
+  /// Both results are missing where the sample found is; the residual is taken against the centre.
+  void (*rankResidual)(const RankWindow& ranked, const float* in, float* out, float* residual);
+};
+
 // Every family of kernels: the type of its table and its name.
-#define QV_KERNEL_FAMILIES(FAMILY)       \
-  FAMILY(StatisticsKernels, statistics)  \
-  FAMILY(ArrayKernels, arrays)           \
-  FAMILY(WindowMeanKernels, windowMeans) \
-  FAMILY(WindowExtremeKernels, windowExtremes)
+#define QV_KERNEL_FAMILIES(FAMILY)             \
+  FAMILY(StatisticsKernels, statistics)        \
+  FAMILY(ArrayKernels, arrays)                 \
+  FAMILY(WindowMeanKernels, windowMeans)       \
+  FAMILY(WindowExtremeKernels, windowExtremes) \
+  FAMILY(WindowRankKernels, windowRanks)
 
 struct KernelTable {
   const char* name;     ///< of the instruction set
