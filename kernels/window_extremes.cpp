@@ -24,9 +24,9 @@ struct Maximum {
   static constexpr T kStart = -kSearchStart<T>;
 };
 
-/// Calls emit(output row, first column, count, results) strip by strip.
-template <class Search, class T, class Emit>
-QV_INLINE void ForEachResult(const Window& window, const T* in, Emit emit) {
+/// Calls sinkAt(row, first column), for what to do with (place, extreme), row by row of each strip.
+template <class Search, class T, class SinkAt>
+QV_INLINE void ForEachRow(const Window& window, const T* in, SinkAt sinkAt) {
   const std::ptrdiff_t side = 2 * window.half + 1;
   const std::ptrdiff_t columns = window.nx - side + 1;
   const std::ptrdiff_t strip = StripWidth<T>(columns, side, side);
@@ -41,8 +41,7 @@ QV_INLINE void ForEachResult(const Window& window, const T* in, Emit emit) {
       for (std::ptrdiff_t i = 0; i < count + side - 1; ++i) {
         row[i] = Search::Op::Of(Search::template kStart<T>, from[i]);
       }
-      const T* results = sliding.Push();
-      if (results != nullptr) emit(y - side + 1, x, count, results);
+      sliding.Push(sinkAt(y - side + 1, x));
     }
   }
 }
@@ -50,26 +49,27 @@ QV_INLINE void ForEachResult(const Window& window, const T* in, Emit emit) {
 template <class Search, class T>
 void Find(const Window& window, const T* in, T* out) {
   const std::ptrdiff_t columns = window.nx - 2 * window.half;
-  ForEachResult<Search>(
-      window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count, const T* results) {
-        __builtin_memcpy(out + y * columns + x, results, static_cast<std::size_t>(count) * sizeof(T));
-      });
+  ForEachRow<Search>(window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x) {
+    T* __restrict to = out + Max(y, 0) * columns + x;
+    return [=](std::ptrdiff_t i, T found) __attribute__((always_inline)) {
+      to[i] = found;
+    };
+  });
 }
 
 template <class Search>
 void FindResidual(const Window& window, const float* in, float* out, float* residual) {
   const std::ptrdiff_t columns = window.nx - 2 * window.half;
-  ForEachResult<Search>(
-      window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count, const float* results) {
-        const float* __restrict from = in + y * window.nx + x;  // the window's top-left sample
-        float* __restrict toOut = out + y * columns + x;
-        float* __restrict toResidual = residual + y * columns + x;
-        for (std::ptrdiff_t i = 0; i < count; ++i) {
-          const float found = results[i], difference = Canonical(from[i] - found);
-          toOut[i] = found;
-          toResidual[i] = found == kBad ? kBad : difference;
-        }
-      });
+  ForEachRow<Search>(window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x) {
+    const float* __restrict from = in + Max(y, 0) * window.nx + x;  // the window's top-left sample
+    float* __restrict toOut = out + Max(y, 0) * columns + x;
+    float* __restrict toResidual = residual + Max(y, 0) * columns + x;
+    return [=](std::ptrdiff_t i, float found) __attribute__((always_inline)) {
+      const float difference = Canonical(from[i] - found);
+      toOut[i] = found;
+      toResidual[i] = found == kBad ? kBad : difference;
+    };
+  });
 }
 
 }  // namespace

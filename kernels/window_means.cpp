@@ -38,22 +38,35 @@ struct Means<std::int32_t> {
   }
 };
 
+/// Calls emit(first row of windows, sums, row within the block) for every row of windows of a strip.
+template <class Sum, class T, class Emit>
+QV_INLINE void ForEachRow(const Window& window, const Strip& strip, const T* in, WindowSums<Sum>& sums,
+                          Emit emit) {
+  const std::ptrdiff_t side = 2 * window.half + 1, rows = window.ny - side + 1;
+  for (std::ptrdiff_t top = 0; top < rows; top += side) {
+    sums.SumColumns(
+        top, window.ny, 0, strip.count + side - 1,
+        [](T z) __attribute__((always_inline)) { return Means<T>::Widen(z); },
+        [&](std::ptrdiff_t y, std::ptrdiff_t x)
+            __attribute__((always_inline)) { return in + y * window.nx + strip.x + x; });
+    for (std::ptrdiff_t j = 0; j < side && top + j < rows; ++j) emit(top + j, j);
+  }
+}
+
 template <class T>
 void Mean(const Window& window, const T* in, T* out) {
   using Sum = typename Means<T>::Sum;
   const std::ptrdiff_t side = 2 * window.half + 1, columns = window.nx - side + 1;
+  const double divisor = window.divisor;
   ForEachStrip<Sum>(columns, side, side, [&](const Strip& strip) {
-    SlidingWindow<Add, Sum> sliding(side, side, strip.count);
-    if (!sliding.Ready()) return;
-    for (std::ptrdiff_t y = 0; y < window.ny; ++y) {
-      const T* __restrict from = in + y * window.nx + strip.x;
-      Sum* __restrict row = sliding.Row();
-      for (std::ptrdiff_t i = 0; i < strip.count + side - 1; ++i) row[i] = Means<T>::Widen(from[i]);
-      const Sum* __restrict sums = sliding.Push();
-      if (sums == nullptr) continue;
-      T* __restrict to = out + (y - side + 1) * columns + strip.x;
-      for (std::ptrdiff_t i = 0; i < strip.count; ++i) to[i] = Means<T>::Store(sums[i], window.divisor);
-    }
+    WindowSums<Sum> sums(side, side, strip.count);
+    if (!sums.Ready()) return;
+    ForEachRow(window, strip, in, sums, [&](std::ptrdiff_t y, std::ptrdiff_t j) {
+      T* __restrict to = out + y * columns + strip.x;
+      sums.Finish(
+          j, [=](std::ptrdiff_t i, Sum sum)
+                 __attribute__((always_inline)) { to[i] = Means<T>::Store(sum, divisor); });
+    });
   });
 }
 
@@ -74,23 +87,29 @@ QV_INLINE void ForEachMarkedRow(const Window& window, const float* in, float* ou
                                 Emit emit) {
   const std::ptrdiff_t side = 2 * window.half + 1, columns = window.nx - side + 1;
   ForEachStrip<double>(columns, side, side, [&](const Strip& strip) {
-    SlidingWindow<Add, double> sliding(side, side, strip.count);
+    WindowSums<double> sliding(side, side, strip.count);
     SlidingWindow<Either, std::uint8_t> marks(side, side, strip.count);
-    if (!sliding.Ready() || !marks.Ready()) return;
-    for (std::ptrdiff_t y = 0; y < window.ny; ++y) {
-      const float* __restrict from = in + y * window.nx + strip.x;
-      double* __restrict row = sliding.Row();
-      std::uint8_t* __restrict marked = marks.Row();
-      for (std::ptrdiff_t i = 0; i < strip.count + side - 1; ++i) row[i] = from[i];
-      for (std::ptrdiff_t i = 0; i < strip.count + side - 1; ++i) marked[i] = !Used(from[i]);
-      const double* sums = sliding.Push();
-      const std::uint8_t* missing = marks.Push();
-      if (sums == nullptr) continue;
-      const std::ptrdiff_t top = y - side + 1, to = top * columns + strip.x;
+    Scratch<double> sums(strip.count);
+    Scratch<std::uint8_t> missing(strip.count);
+    if (!sliding.Ready() || !marks.Ready() || sums.Data() == nullptr || missing.Data() == nullptr) return;
+    std::ptrdiff_t marked = 0;
+    ForEachRow(window, strip, in, sliding, [&](std::ptrdiff_t top, std::ptrdiff_t j) {
+      for (; marked < top + side; ++marked) {
+        const float* __restrict from = in + marked * window.nx + strip.x;
+        std::uint8_t* __restrict row = marks.Row();
+        for (std::ptrdiff_t i = 0; i < strip.count + side - 1; ++i) row[i] = !Used(from[i]);
+        std::uint8_t* __restrict to = missing.Data();
+        marks.Push([=](std::ptrdiff_t i, std::uint8_t any) __attribute__((always_inline)) { to[i] = any; });
+      }
+      double* __restrict to = sums.Data();
+      sliding.Finish(
+          j, [=](std::ptrdiff_t i, double sum) __attribute__((always_inline)) { to[i] = sum; });
+      const std::ptrdiff_t place = top * columns + strip.x;
       const float* topLeft = in + top * window.nx + strip.x;
       const float* centre = topLeft + window.half * window.nx + window.half;
-      emit(ResidualRow{sums, missing, topLeft, centre, out + to, residual + to, strip.count});
-    }
+      emit(ResidualRow{sums.Data(), missing.Data(), topLeft, centre, out + place, residual + place,
+                       strip.count});
+    });
   });
 }
 
@@ -147,46 +166,47 @@ void Laplacian(const Window& window, const float* in, float* out, float* residua
   });
 }
 
-/// Writes the samples of one row that a strip of windows reaches; zeros stand for what is missing or outside.
-template <class T, class Value>
-QV_INLINE void FillClipped(T* __restrict row, const float* __restrict from, std::ptrdiff_t first,
-                           std::ptrdiff_t nx, std::ptrdiff_t count, Value value) {
-  const std::ptrdiff_t begin = Min(Max(-first, 0), count), end = Max(begin, Min(count, nx - first));
-  for (std::ptrdiff_t i = 0; i < begin; ++i) row[i] = 0;
-  for (std::ptrdiff_t i = begin; i < end; ++i) row[i] = value(from[first + i]);
-  for (std::ptrdiff_t i = end; i < count; ++i) row[i] = 0;
-}
-
-/// A window may hold more samples than an int counts only where the grid does; doubles count on.
+/// Windows reach beyond the grid, where there is nothing: zero samples, none of them counted. A window may
+/// hold more samples than an int counts, so they are counted in doubles.
 void ClippedMean(const Window& window, const float* in, float* out, float* residual) {
-  const std::ptrdiff_t reachX = Min(window.half, window.nx - 1), reachY = Min(window.half, window.ny - 1);
+  const std::ptrdiff_t nx = window.nx, ny = window.ny;
+  const std::ptrdiff_t reachX = Min(window.half, nx - 1), reachY = Min(window.half, ny - 1);
   const std::ptrdiff_t across = 2 * reachX + 1, down = 2 * reachY + 1;
-  ForEachStrip<double>(window.nx, across, down, [&](const Strip& strip) {
-    SlidingWindow<Add, double> sliding(across, down, strip.count), used(across, down, strip.count);
-    if (!sliding.Ready() || !used.Ready()) return;
-    const std::ptrdiff_t length = strip.count + across - 1;
-    for (std::ptrdiff_t y = 0; y < window.ny + 2 * reachY; ++y) {
-      const std::ptrdiff_t inputRow = y - reachY;
-      const bool inside = inputRow >= 0 && inputRow < window.ny;
-      const float* from = in + (inside ? inputRow : 0) * window.nx;
-      const std::ptrdiff_t width = inside ? window.nx : 0;
-      FillClipped(sliding.Row(), from, strip.x - reachX, width, length,
-                  [](float z) { return Used(z) ? static_cast<double>(z) : 0.0; });
-      FillClipped(used.Row(), from, strip.x - reachX, width, length,
-                  [](float z) { return Used(z) ? 1.0 : 0.0; });
-      const double* __restrict sums = sliding.Push();
-      const double* __restrict counts = used.Push();
-      if (sums == nullptr) continue;
-      const std::ptrdiff_t to = (y - down + 1) * window.nx + strip.x;
-      const float* __restrict centre = in + to;
-      float* __restrict toOut = out + to;
-      float* __restrict toResidual = residual + to;
-      for (std::ptrdiff_t i = 0; i < strip.count; ++i) {
-        const double mean = Quotient(sums[i], counts[i]);
-        const float stored = Canonical(static_cast<float>(mean));
-        const float difference = Canonical(static_cast<float>(centre[i] - mean));
-        toOut[i] = counts[i] == 0 ? kBad : stored;
-        toResidual[i] = counts[i] == 0 ? kBad : difference;
+  ForEachStrip<double>(nx, across, down, [&](const Strip& strip) {
+    WindowSums<double> sums(across, down, strip.count), counts(across, down, strip.count);
+    Scratch<double> found(strip.count);
+    if (!sums.Ready() || !counts.Ready() || found.Data() == nullptr) return;
+    const std::ptrdiff_t first = strip.x - reachX;
+    const std::ptrdiff_t begin = Max(0, -first), end = Min(strip.count + across - 1, nx - first);
+    const auto source = [=](std::ptrdiff_t y, std::ptrdiff_t x) __attribute__((always_inline)) {
+      const std::ptrdiff_t row = y - reachY;
+      return row >= 0 && row < ny ? in + row * nx + first + x : nullptr;
+    };
+    for (std::ptrdiff_t top = 0; top < ny; top += down) {
+      const std::ptrdiff_t rows = ny + 2 * reachY;
+      sums.SumColumns(
+          top, rows, begin, end,
+          [](float z) __attribute__((always_inline)) { return Used(z) ? static_cast<double>(z) : 0.0; },
+          source);
+      counts.SumColumns(
+          top, rows, begin, end, [](float z) __attribute__((always_inline)) { return Used(z) ? 1.0 : 0.0; },
+          source);
+      for (std::ptrdiff_t j = 0; j < down && top + j < ny; ++j) {
+        double* __restrict count = found.Data();
+        counts.Finish(
+            j, [=](std::ptrdiff_t i, double used) __attribute__((always_inline)) { count[i] = used; });
+        const std::ptrdiff_t to = (top + j) * nx + strip.x;
+        const float* __restrict centre = in + to;
+        float* __restrict toOut = out + to;
+        float* __restrict toResidual = residual + to;
+        sums.Finish(
+            j, [=](std::ptrdiff_t i, double sum) __attribute__((always_inline)) {
+              const double mean = Quotient(sum, count[i]);
+              const float stored = Canonical(static_cast<float>(mean));
+              const float difference = Canonical(static_cast<float>(centre[i] - mean));
+              toOut[i] = count[i] == 0 ? kBad : stored;
+              toResidual[i] = count[i] == 0 ? kBad : difference;
+            });
       }
     }
   });

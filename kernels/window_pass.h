@@ -91,15 +91,15 @@ class RowReduction {
     if constexpr (!Op::kMayOverlap) PlanDisjoint(length);
   }
 
-  /// Returns where the result is: in one of the three rows. The spare ones are overwritten.
-  T* Run(T* values, T* spare1, T* spare2, std::ptrdiff_t count) const {
+  /// Calls sink(place, result), the last step at once with it. The spare rows are overwritten.
+  template <class Sink>
+  [[gnu::always_inline]] void Run(T* values, T* spare1, T* spare2, std::ptrdiff_t count, Sink sink) const {
     Rows rows = {values, spare1, spare2};
     if constexpr (Op::kMayOverlap) {
-      RunOverlapping(rows, count);
+      RunOverlapping(rows, count, sink);
     } else {
-      RunDisjoint(values, rows, count);
+      RunDisjoint(values, rows, count, sink);
     }
-    return rows.from;
   }
 
  private:
@@ -126,27 +126,48 @@ class RowReduction {
     }
   }
 
-  void RunOverlapping(Rows& rows, std::ptrdiff_t count) const {
-    for (std::ptrdiff_t reached = 1; reached < length_;) {
-      const std::ptrdiff_t distance = Min(reached, length_ - reached);
-      reached += distance;
-      Pair(rows.to, rows.from, rows.from + distance, count + length_ - reached);
+  template <class Sink>
+  [[gnu::always_inline]] void RunOverlapping(Rows& rows, std::ptrdiff_t count, Sink sink) const {
+    std::ptrdiff_t reached = 1;
+    while (2 * reached < length_) {
+      Pair(rows.to, rows.from, rows.from + reached, count + length_ - 2 * reached);
+      reached *= 2;
       rows.Advance(nullptr);
     }
+    SinkPair(rows.from, rows.from + (length_ - reached), count, sink);
   }
 
-  void RunDisjoint(T* original, Rows& rows, std::ptrdiff_t count) const {
-    for (int i = stepCount_ - 1; i >= 0; --i) {
+  template <class Sink>
+  [[gnu::always_inline]] void RunDisjoint(T* original, Rows& rows, std::ptrdiff_t count, Sink sink) const {
+    for (int i = stepCount_ - 1; i > 0; --i) {
       const Step step = steps_[i];
-      const std::ptrdiff_t reached = i == 0 ? length_ : steps_[i - 1].reached;
-      const std::ptrdiff_t places = count + length_ - reached;
+      const std::ptrdiff_t places = count + length_ - steps_[i - 1].reached;
       if (step.kind == Kind::kDouble) Pair(rows.to, rows.from, rows.from + step.reached, places);
       if (step.kind == Kind::kTriple) Triple(rows.to, rows.from, step.reached, places);
       if (step.kind == Kind::kAppend) Pair(rows.to, rows.from, original + step.reached, places);
       rows.Advance(original);
     }
+    const Step last = steps_[0];
+    const T* __restrict from = rows.from;
+    if (stepCount_ == 0) {
+#pragma GCC ivdep
+      for (std::ptrdiff_t i = 0; i < count; ++i) sink(i, from[i]);
+    } else if (last.kind == Kind::kTriple) {
+#pragma GCC ivdep
+      for (std::ptrdiff_t i = 0; i < count; ++i) {
+        sink(i, Op::Of(Op::Of(from[i], from[i + last.reached]), from[i + 2 * last.reached]));
+      }
+    } else {
+      SinkPair(from, (last.kind == Kind::kDouble ? from : original) + last.reached, count, sink);
+    }
   }
 
+  template <class Sink>
+  [[gnu::always_inline]] static void SinkPair(const T* __restrict earlier, const T* __restrict later,
+                                              std::ptrdiff_t count, Sink sink) {
+#pragma GCC ivdep
+    for (std::ptrdiff_t i = 0; i < count; ++i) sink(i, Op::Of(earlier[i], later[i]));
+  }
   static void Pair(T* __restrict to, const T* earlier, const T* later, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = Op::Of(earlier[i], later[i]);
   }
@@ -177,67 +198,65 @@ class SlidingWindow {
         count_(count),
         rowStride_(RoundedUp(count + across)),
         stride_(RoundedUp(count)),
-        memory_(3 * rowStride_ + (2 + down) * stride_) {}
+        memory_(3 * rowStride_ + (1 + down) * stride_) {}
 
   [[nodiscard]] bool Ready() const { return memory_.Data() != nullptr; }
 
   /// To be filled before each call of Push().
   T* Row() { return memory_.Data(); }
 
-  /// Starts over, with the first row of another grid of the same width.
-  void Restart() { inBlock_ = 0, anyBlock_ = false; }
-
-  /// Takes the row. Returns the results of the windows that end in it, or null where there are none yet.
-  const T* Push() {
-    T* row = Row();
-    const T* combined = reduction_.Run(row, row + rowStride_, row + 2 * rowStride_, count_);
-    if (down_ == 1) return combined;
-    T* block = memory_.Data() + 3 * rowStride_;
-    T* prefix = block + down_ * stride_;
-    T* result = prefix + stride_;
-    T* own = block + inBlock_ * stride_;
-    const bool last = inBlock_ == down_ - 1;
-    const T* found = nullptr;
-    if (inBlock_ == 0) {
-      Start(prefix, own, result, combined, block + stride_);
+  /// Takes the row and calls sink(place, result) for the windows that end in it. Returns whether there are
+  /// any.
+  template <class Sink>
+  [[gnu::always_inline]] bool Push(Sink sink) {
+    T* row = memory_.Data();
+    T *spare1 = row + rowStride_, *spare2 = spare1 + rowStride_;
+    T* block = spare2 + rowStride_;
+    T* __restrict prefix = block + down_ * stride_;
+    T* __restrict own = block + inBlock_ * stride_;
+    const T* __restrict before = own + stride_;
+    const bool last = inBlock_ == down_ - 1, any = anyBlock_ || last;
+    if (inBlock_ == 0 && last) {
+      reduction_.Run(row, spare1, spare2, count_, sink);
+    } else if (inBlock_ == 0) {
+      const auto start = [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
+        prefix[i] = own[i] = value;
+        sink(i, Op::Of(before[i], value));
+      };
+      const auto startFirst = [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
+        prefix[i] = own[i] = value;
+      };
+      any ? reduction_.Run(row, spare1, spare2, count_, start)
+          : reduction_.Run(row, spare1, spare2, count_, startFirst);
     } else if (last) {
-      Finish(result, prefix, own, combined);
+      reduction_.Run(
+          row, spare1, spare2, count_, [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
+            const T sum = Op::Of(prefix[i], value);
+            own[i] = value;
+            sink(i, sum);
+          });
     } else {
-      Continue(prefix, own, result, combined, own + stride_);
+      const auto proceed = [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
+        const T sum = Op::Of(prefix[i], value);
+        own[i] = value;
+        prefix[i] = sum;
+        sink(i, Op::Of(before[i], sum));
+      };
+      const auto proceedFirst = [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
+        own[i] = value;
+        prefix[i] = Op::Of(prefix[i], value);
+      };
+      any ? reduction_.Run(row, spare1, spare2, count_, proceed)
+          : reduction_.Run(row, spare1, spare2, count_, proceedFirst);
     }
-    if (anyBlock_ || last) found = result;
     ++inBlock_;
     if (last) CombineBackwards(block);
-    return found;
+    return any;
   }
 
  private:
   static std::ptrdiff_t RoundedUp(std::ptrdiff_t count) { return (count + 31) / 16 * 16; }
 
-  void Start(T* __restrict prefix, T* __restrict own, T* __restrict result, const T* __restrict combined,
-             const T* __restrict before) const {
-    for (std::ptrdiff_t i = 0; i < count_; ++i) {
-      prefix[i] = own[i] = combined[i];
-      result[i] = Op::Of(before[i], combined[i]);
-    }
-  }
-  void Continue(T* __restrict prefix, T* __restrict own, T* __restrict result, const T* __restrict combined,
-                const T* __restrict before) const {
-    for (std::ptrdiff_t i = 0; i < count_; ++i) {
-      const T value = combined[i], sum = Op::Of(prefix[i], value);
-      own[i] = value;
-      prefix[i] = sum;
-      result[i] = Op::Of(before[i], sum);
-    }
-  }
-  void Finish(T* __restrict result, const T* __restrict prefix, T* __restrict own,
-              const T* __restrict combined) const {
-    for (std::ptrdiff_t i = 0; i < count_; ++i) {
-      const T value = combined[i];
-      own[i] = value;
-      result[i] = Op::Of(prefix[i], value);
-    }
-  }
   void CombineBackwards(T* block) {
     for (std::ptrdiff_t j = down_ - 2; j > 0; --j) {
       T* __restrict own = block + j * stride_;
@@ -253,6 +272,73 @@ class SlidingWindow {
   Scratch<T> memory_;
   std::ptrdiff_t inBlock_ = 0;
   bool anyBlock_ = false;
+};
+
+/// Sums of all windows of a strip of a grid, by blocks of rows.
+///
+/// A window covers the end of one block of rows and the beginning of the next. Down the columns, the ends of
+/// one block are summed upwards and the beginnings of the next one downwards, in registers; along the rows,
+/// RowReduction does the rest.
+template <class Sum>
+class WindowSums {
+ public:
+  WindowSums(std::ptrdiff_t across, std::ptrdiff_t down, std::ptrdiff_t count)
+      : reduction_(across),
+        down_(down),
+        count_(count),
+        columns_(count + across - 1),
+        stride_((columns_ + 2 * kLanes) / kLanes * kLanes),
+        memory_((down + 2) * stride_) {}
+
+  [[nodiscard]] bool Ready() const { return memory_.Data() != nullptr; }
+
+  /// Sums down the columns for the windows that begin in the `down` rows from `top` on, of a grid of `rows`
+  /// rows. source(row, column) is where the samples of a place are; those outside [begin, end) count as 0,
+  /// like those of a null row. Widen turns a sample into what is summed.
+  template <class Widen, class Source>
+  [[gnu::always_inline]] void SumColumns(std::ptrdiff_t top, std::ptrdiff_t rows, std::ptrdiff_t begin,
+                                         std::ptrdiff_t end, Widen widen, Source source) {
+    std::ptrdiff_t x = begin;
+    for (; x + kGroup <= end; x += kGroup) SumGroup<kGroup>(top, rows, x, widen, source);
+    for (; x + kLanes <= end; x += kLanes) SumGroup<kLanes>(top, rows, x, widen, source);
+    for (; x < end; ++x) SumGroup<1>(top, rows, x, widen, source);
+  }
+
+  /// Calls sink(place, sum) for the windows that begin in row top + row. The row's column sums are used up.
+  template <class Sink>
+  [[gnu::always_inline]] void Finish(std::ptrdiff_t row, Sink sink) {
+    T* spare = memory_.Data() + down_ * stride_;
+    reduction_.Run(memory_.Data() + row * stride_, spare, spare + stride_, count_, sink);
+  }
+
+ private:
+  using T = Sum;
+  static constexpr std::ptrdiff_t kGroup = 4 * kLanes;
+
+  template <std::ptrdiff_t kCount, class Widen, class Source>
+  [[gnu::always_inline]] void SumGroup(std::ptrdiff_t top, std::ptrdiff_t rows, std::ptrdiff_t x, Widen widen,
+                                       Source source) {
+    Sum* own = memory_.Data() + x;
+    Sum sum[kCount] = {};
+    for (std::ptrdiff_t j = Min(down_, rows - top) - 1; j >= 0; --j) {
+      if (const auto* from = source(top + j, x); from != nullptr) {
+        for (std::ptrdiff_t i = 0; i < kCount; ++i) sum[i] += widen(from[i]);
+      }
+      for (std::ptrdiff_t i = 0; i < kCount; ++i) own[j * stride_ + i] = sum[i];
+    }
+    Sum next[kCount] = {};
+    const std::ptrdiff_t nextCount = Min(down_ - 1, rows - top - down_);
+    for (std::ptrdiff_t j = 0; j < nextCount; ++j) {
+      if (const auto* from = source(top + down_ + j, x); from != nullptr) {
+        for (std::ptrdiff_t i = 0; i < kCount; ++i) next[i] += widen(from[i]);
+      }
+      for (std::ptrdiff_t i = 0; i < kCount; ++i) own[(j + 1) * stride_ + i] += next[i];
+    }
+  }
+
+  RowReduction<Add, Sum> reduction_;
+  std::ptrdiff_t down_, count_, columns_, stride_;
+  Scratch<Sum> memory_;
 };
 
 /// How many columns to take at a time so that the block of rows stays in the second-level cache, without
