@@ -24,9 +24,9 @@ struct Maximum {
   static constexpr T kStart = -kSearchStart<T>;
 };
 
-/// Calls sinkAt(row, first column), for what to do with (place, extreme), row by row of each strip.
-template <class Search, class T, class SinkAt>
-QV_INLINE void ForEachRow(const Window& window, const T* in, SinkAt sinkAt) {
+/// Calls emit(output row, first column, count, results) strip by strip.
+template <class Search, class T, class Emit>
+QV_INLINE void ForEachResult(const Window& window, const T* in, Emit emit) {
   const std::ptrdiff_t side = 2 * window.half + 1;
   const std::ptrdiff_t columns = window.nx - side + 1;
   const std::ptrdiff_t strip = StripWidth<T>(columns, side, side);
@@ -41,35 +41,60 @@ QV_INLINE void ForEachRow(const Window& window, const T* in, SinkAt sinkAt) {
       for (std::ptrdiff_t i = 0; i < count + side - 1; ++i) {
         row[i] = Search::Op::Of(Search::template kStart<T>, from[i]);
       }
-      sliding.Push(sinkAt(y - side + 1, x));
+      const T* results = sliding.Push();
+      if (results != nullptr) emit(y - side + 1, x, count, results);
     }
+  }
+}
+
+/// Three rows at a time: nothing to share down the columns.
+template <class Search, class T>
+void FindOfNine(const Window& window, const T* in, T* out) {
+  using Op = typename Search::Op;
+  const std::ptrdiff_t columns = window.nx - 2;
+  Scratch<T> memory(3 * columns);
+  if (memory.Data() == nullptr) return;
+  for (std::ptrdiff_t y = 0; y < window.ny; ++y) {
+    const T* __restrict from = in + y * window.nx;
+    T* __restrict row = memory.Data() + y % 3 * columns;
+    for (std::ptrdiff_t i = 0; i < columns; ++i) {
+      row[i] = Op::Of(Op::Of(Op::Of(Search::template kStart<T>, from[i]), from[i + 1]), from[i + 2]);
+    }
+    if (y < 2) continue;
+    const T* first = memory.Data() + (y - 2) % 3 * columns;
+    const T* second = memory.Data() + (y - 1) % 3 * columns;
+    T* __restrict to = out + (y - 2) * columns;
+    for (std::ptrdiff_t i = 0; i < columns; ++i) to[i] = Op::Of(Op::Of(first[i], second[i]), row[i]);
   }
 }
 
 template <class Search, class T>
 void Find(const Window& window, const T* in, T* out) {
+  if (window.half == 1) {
+    FindOfNine<Search>(window, in, out);
+    return;
+  }
   const std::ptrdiff_t columns = window.nx - 2 * window.half;
-  ForEachRow<Search>(window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x) {
-    T* __restrict to = out + Max(y, 0) * columns + x;
-    return [=](std::ptrdiff_t i, T found) __attribute__((always_inline)) {
-      to[i] = found;
-    };
-  });
+  ForEachResult<Search>(
+      window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count, const T* results) {
+        __builtin_memcpy(out + y * columns + x, results, static_cast<std::size_t>(count) * sizeof(T));
+      });
 }
 
 template <class Search>
 void FindResidual(const Window& window, const float* in, float* out, float* residual) {
   const std::ptrdiff_t columns = window.nx - 2 * window.half;
-  ForEachRow<Search>(window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x) {
-    const float* __restrict from = in + Max(y, 0) * window.nx + x;  // the window's top-left sample
-    float* __restrict toOut = out + Max(y, 0) * columns + x;
-    float* __restrict toResidual = residual + Max(y, 0) * columns + x;
-    return [=](std::ptrdiff_t i, float found) __attribute__((always_inline)) {
-      const float difference = Canonical(from[i] - found);
-      toOut[i] = found;
-      toResidual[i] = found == kBad ? kBad : difference;
-    };
-  });
+  ForEachResult<Search>(
+      window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count, const float* results) {
+        const float* __restrict from = in + y * window.nx + x;  // the window's top-left sample
+        float* __restrict toOut = out + y * columns + x;
+        float* __restrict toResidual = residual + y * columns + x;
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+          const float found = results[i], difference = Canonical(from[i] - found);
+          toOut[i] = found;
+          toResidual[i] = found == kBad ? kBad : difference;
+        }
+      });
 }
 
 }  // namespace

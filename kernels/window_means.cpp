@@ -90,16 +90,15 @@ QV_INLINE void ForEachMarkedRow(const Window& window, const float* in, float* ou
     WindowSums<double> sliding(side, side, strip.count);
     SlidingWindow<Either, std::uint8_t> marks(side, side, strip.count);
     Scratch<double> sums(strip.count);
-    Scratch<std::uint8_t> missing(strip.count);
-    if (!sliding.Ready() || !marks.Ready() || sums.Data() == nullptr || missing.Data() == nullptr) return;
+    const std::uint8_t* missing = nullptr;
+    if (!sliding.Ready() || !marks.Ready() || sums.Data() == nullptr) return;
     std::ptrdiff_t marked = 0;
     ForEachRow(window, strip, in, sliding, [&](std::ptrdiff_t top, std::ptrdiff_t j) {
       for (; marked < top + side; ++marked) {
         const float* __restrict from = in + marked * window.nx + strip.x;
         std::uint8_t* __restrict row = marks.Row();
         for (std::ptrdiff_t i = 0; i < strip.count + side - 1; ++i) row[i] = !Used(from[i]);
-        std::uint8_t* __restrict to = missing.Data();
-        marks.Push([=](std::ptrdiff_t i, std::uint8_t any) __attribute__((always_inline)) { to[i] = any; });
+        missing = marks.Push();
       }
       double* __restrict to = sums.Data();
       sliding.Finish(
@@ -107,8 +106,7 @@ QV_INLINE void ForEachMarkedRow(const Window& window, const float* in, float* ou
       const std::ptrdiff_t place = top * columns + strip.x;
       const float* topLeft = in + top * window.nx + strip.x;
       const float* centre = topLeft + window.half * window.nx + window.half;
-      emit(ResidualRow{sums.Data(), missing.Data(), topLeft, centre, out + place, residual + place,
-                       strip.count});
+      emit(ResidualRow{sums.Data(), missing, topLeft, centre, out + place, residual + place, strip.count});
     });
   });
 }

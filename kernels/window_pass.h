@@ -52,53 +52,170 @@ QV_INLINE double Canonical(double z) {
   return z == z ? z : __builtin_nan("");
 }
 
-// What is combined, always (earlier, later).
+// What is combined, always (earlier, later). Parts may overlap.
 
-struct Add {
-  static constexpr bool kMayOverlap = false;
-  template <class T>
-  QV_INLINE T Of(T a, T b) {
-    return a + b;
-  }
-};
 struct FirstSmallest {
-  static constexpr bool kMayOverlap = true;
   template <class T>
   QV_INLINE T Of(T a, T b) {
     return b < a ? b : a;
   }
 };
 struct FirstLargest {
-  static constexpr bool kMayOverlap = true;
   template <class T>
   QV_INLINE T Of(T a, T b) {
     return b > a ? b : a;
   }
 };
 struct Either {
-  static constexpr bool kMayOverlap = true;
   template <class T>
   QV_INLINE T Of(T a, T b) {
     return static_cast<T>(a | b);
   }
 };
 
-/// Combines the `length` values from each of `count` places on. Takes rows of count + length - 1 values.
+/// Takes the rows of a grid one after the other and gives the statistic of every window that ends in the row:
+/// along the row first, then down the columns, so that of equal samples the first in row order can win.
+///
+/// Down the columns the rows are cut into blocks of the window's height. A window covers the end of one block
+/// and the beginning of the next: the first are combined backwards when their block is complete, the second
+/// as they come. That is three combinations per sample, whatever the height.
 template <class Op, class T>
-class RowReduction {
+class SlidingWindow {
  public:
-  explicit RowReduction(std::ptrdiff_t length) : length_(length) {
-    if constexpr (!Op::kMayOverlap) PlanDisjoint(length);
+  /// Windows of `across` x `down` samples over rows of count + across - 1.
+  SlidingWindow(std::ptrdiff_t across, std::ptrdiff_t down, std::ptrdiff_t count)
+      : across_(across),
+        down_(down),
+        count_(count),
+        rowStride_(RoundedUp(count + across)),
+        stride_(RoundedUp(count)),
+        memory_(2 * rowStride_ + (2 + down) * stride_) {}
+
+  [[nodiscard]] bool Ready() const { return memory_.Data() != nullptr; }
+
+  /// To be filled before each call of Push().
+  T* Row() { return memory_.Data(); }
+
+  /// Takes the row. Returns the results of the windows that end in it, or null where there are none yet.
+  const T* Push() {
+    T* row = Row();
+    const T* combined = CombineRow(row, row + rowStride_);
+    if (down_ == 1) return combined;
+    T* block = memory_.Data() + 2 * rowStride_;
+    T* prefix = block + down_ * stride_;
+    T* result = prefix + stride_;
+    T* own = block + inBlock_ * stride_;
+    const bool last = inBlock_ == down_ - 1;
+    const T* found = nullptr;
+    if (inBlock_ == 0) {
+      Start(prefix, own, result, combined, block + stride_);
+    } else if (last) {
+      Finish(result, prefix, own, combined);
+    } else {
+      Continue(prefix, own, result, combined, own + stride_);
+    }
+    if (anyBlock_ || last) found = result;
+    ++inBlock_;
+    if (last) CombineBackwards(block);
+    return found;
   }
 
-  /// Calls sink(place, result), the last step at once with it. The spare rows are overwritten.
+ private:
+  static std::ptrdiff_t RoundedUp(std::ptrdiff_t count) { return (count + 31) / 16 * 16; }
+
+  /// Combines the `across` values from each place on, by doubling; the last step overlaps.
+  const T* CombineRow(T* from, T* to) const {
+    for (std::ptrdiff_t reached = 1; reached < across_;) {
+      const std::ptrdiff_t distance = Min(reached, across_ - reached);
+      reached += distance;
+      CombinePairs(to, from, from + distance, count_ + across_ - reached);
+      T* swapped = from;
+      from = to;
+      to = swapped;
+    }
+    return from;
+  }
+  static void CombinePairs(T* __restrict to, const T* earlier, const T* later, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = Op::Of(earlier[i], later[i]);
+  }
+
+  void Start(T* __restrict prefix, T* __restrict own, T* __restrict result, const T* __restrict combined,
+             const T* __restrict before) const {
+    for (std::ptrdiff_t i = 0; i < count_; ++i) {
+      prefix[i] = own[i] = combined[i];
+      result[i] = Op::Of(before[i], combined[i]);
+    }
+  }
+  void Continue(T* __restrict prefix, T* __restrict own, T* __restrict result, const T* __restrict combined,
+                const T* __restrict before) const {
+    for (std::ptrdiff_t i = 0; i < count_; ++i) {
+      const T value = combined[i], sum = Op::Of(prefix[i], value);
+      own[i] = value;
+      prefix[i] = sum;
+      result[i] = Op::Of(before[i], sum);
+    }
+  }
+  void Finish(T* __restrict result, const T* __restrict prefix, T* __restrict own,
+              const T* __restrict combined) const {
+    for (std::ptrdiff_t i = 0; i < count_; ++i) {
+      const T value = combined[i];
+      own[i] = value;
+      result[i] = Op::Of(prefix[i], value);
+    }
+  }
+  void CombineBackwards(T* block) {
+    for (std::ptrdiff_t j = down_ - 2; j > 0; --j) {
+      T* __restrict own = block + j * stride_;
+      const T* __restrict later = own + stride_;
+      for (std::ptrdiff_t i = 0; i < count_; ++i) own[i] = Op::Of(own[i], later[i]);
+    }
+    inBlock_ = 0;
+    anyBlock_ = true;
+  }
+
+  std::ptrdiff_t across_, down_, count_, rowStride_, stride_;
+  Scratch<T> memory_;
+  std::ptrdiff_t inBlock_ = 0;
+  bool anyBlock_ = false;
+};
+
+/// Sums the `length` values from each of `count` places on. Takes rows of count + length - 1 values.
+template <class T>
+class RowSums {
+ public:
+  /// The steps are planned from the end: a third, a half or one less. Close to the fewest additions.
+  explicit RowSums(std::ptrdiff_t length) : length_(length) {
+    while (length > 1) {
+      const Kind kind = length % 3 == 0 ? Kind::kTriple : length % 2 == 0 ? Kind::kDouble : Kind::kAppend;
+      length = kind == Kind::kTriple ? length / 3 : kind == Kind::kDouble ? length / 2 : length - 1;
+      steps_[stepCount_++] = {kind, length};
+    }
+  }
+
+  /// Calls sink(place, sum), the last step at once with it. The spare rows are overwritten.
   template <class Sink>
-  [[gnu::always_inline]] void Run(T* values, T* spare1, T* spare2, std::ptrdiff_t count, Sink sink) const {
-    Rows rows = {values, spare1, spare2};
-    if constexpr (Op::kMayOverlap) {
-      RunOverlapping(rows, count, sink);
+  [[gnu::always_inline]] void Run(T* original, T* spare1, T* spare2, std::ptrdiff_t count, Sink sink) const {
+    Rows rows = {original, spare1, spare2};
+    for (int i = stepCount_ - 1; i > 0; --i) {
+      const Step step = steps_[i];
+      const std::ptrdiff_t places = count + length_ - steps_[i - 1].reached;
+      if (step.kind == Kind::kDouble) Pair(rows.to, rows.from, rows.from + step.reached, places);
+      if (step.kind == Kind::kTriple) Triple(rows.to, rows.from, step.reached, places);
+      if (step.kind == Kind::kAppend) Pair(rows.to, rows.from, original + step.reached, places);
+      rows.Advance(original);
+    }
+    const Step last = steps_[0];
+    const T* __restrict from = rows.from;
+    if (stepCount_ == 0) {
+#pragma GCC ivdep
+      for (std::ptrdiff_t i = 0; i < count; ++i) sink(i, from[i]);
+    } else if (last.kind == Kind::kTriple) {
+#pragma GCC ivdep
+      for (std::ptrdiff_t i = 0; i < count; ++i) {
+        sink(i, from[i] + from[i + last.reached] + from[i + 2 * last.reached]);
+      }
     } else {
-      RunDisjoint(values, rows, count, sink);
+      SinkPair(from, (last.kind == Kind::kDouble ? from : original) + last.reached, count, sink);
     }
   }
 
@@ -117,63 +234,18 @@ class RowReduction {
     }
   };
 
-  /// From the end: a third, a half or one less. Close to the fewest additions.
-  void PlanDisjoint(std::ptrdiff_t length) {
-    while (length > 1) {
-      const Kind kind = length % 3 == 0 ? Kind::kTriple : length % 2 == 0 ? Kind::kDouble : Kind::kAppend;
-      length = kind == Kind::kTriple ? length / 3 : kind == Kind::kDouble ? length / 2 : length - 1;
-      steps_[stepCount_++] = {kind, length};
-    }
-  }
-
-  template <class Sink>
-  [[gnu::always_inline]] void RunOverlapping(Rows& rows, std::ptrdiff_t count, Sink sink) const {
-    std::ptrdiff_t reached = 1;
-    while (2 * reached < length_) {
-      Pair(rows.to, rows.from, rows.from + reached, count + length_ - 2 * reached);
-      reached *= 2;
-      rows.Advance(nullptr);
-    }
-    SinkPair(rows.from, rows.from + (length_ - reached), count, sink);
-  }
-
-  template <class Sink>
-  [[gnu::always_inline]] void RunDisjoint(T* original, Rows& rows, std::ptrdiff_t count, Sink sink) const {
-    for (int i = stepCount_ - 1; i > 0; --i) {
-      const Step step = steps_[i];
-      const std::ptrdiff_t places = count + length_ - steps_[i - 1].reached;
-      if (step.kind == Kind::kDouble) Pair(rows.to, rows.from, rows.from + step.reached, places);
-      if (step.kind == Kind::kTriple) Triple(rows.to, rows.from, step.reached, places);
-      if (step.kind == Kind::kAppend) Pair(rows.to, rows.from, original + step.reached, places);
-      rows.Advance(original);
-    }
-    const Step last = steps_[0];
-    const T* __restrict from = rows.from;
-    if (stepCount_ == 0) {
-#pragma GCC ivdep
-      for (std::ptrdiff_t i = 0; i < count; ++i) sink(i, from[i]);
-    } else if (last.kind == Kind::kTriple) {
-#pragma GCC ivdep
-      for (std::ptrdiff_t i = 0; i < count; ++i) {
-        sink(i, Op::Of(Op::Of(from[i], from[i + last.reached]), from[i + 2 * last.reached]));
-      }
-    } else {
-      SinkPair(from, (last.kind == Kind::kDouble ? from : original) + last.reached, count, sink);
-    }
-  }
-
   template <class Sink>
   [[gnu::always_inline]] static void SinkPair(const T* __restrict earlier, const T* __restrict later,
                                               std::ptrdiff_t count, Sink sink) {
 #pragma GCC ivdep
-    for (std::ptrdiff_t i = 0; i < count; ++i) sink(i, Op::Of(earlier[i], later[i]));
+    for (std::ptrdiff_t i = 0; i < count; ++i) sink(i, earlier[i] + later[i]);
   }
   static void Pair(T* __restrict to, const T* earlier, const T* later, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = Op::Of(earlier[i], later[i]);
+    for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = earlier[i] + later[i];
   }
   static void Triple(T* __restrict to, const T* from, std::ptrdiff_t distance, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-      to[i] = Op::Of(Op::Of(from[i], from[i + distance]), from[i + 2 * distance]);
+      to[i] = from[i] + from[i + distance] + from[i + 2 * distance];
     }
   }
 
@@ -183,102 +255,11 @@ class RowReduction {
   int stepCount_ = 0;
 };
 
-/// Takes the rows of a grid one after the other and gives the statistic of every window that ends in the row.
-///
-/// Down the columns the rows are cut into blocks of the window's height. A window covers the end of one block
-/// and the beginning of the next: the first are combined backwards when their block is complete, the second
-/// as they come. That is three combinations per sample, whatever the height.
-template <class Op, class T>
-class SlidingWindow {
- public:
-  /// Windows of `across` x `down` samples over rows of count + across - 1.
-  SlidingWindow(std::ptrdiff_t across, std::ptrdiff_t down, std::ptrdiff_t count)
-      : reduction_(across),
-        down_(down),
-        count_(count),
-        rowStride_(RoundedUp(count + across)),
-        stride_(RoundedUp(count)),
-        memory_(3 * rowStride_ + (1 + down) * stride_) {}
-
-  [[nodiscard]] bool Ready() const { return memory_.Data() != nullptr; }
-
-  /// To be filled before each call of Push().
-  T* Row() { return memory_.Data(); }
-
-  /// Takes the row and calls sink(place, result) for the windows that end in it. Returns whether there are
-  /// any.
-  template <class Sink>
-  [[gnu::always_inline]] bool Push(Sink sink) {
-    T* row = memory_.Data();
-    T *spare1 = row + rowStride_, *spare2 = spare1 + rowStride_;
-    T* block = spare2 + rowStride_;
-    T* __restrict prefix = block + down_ * stride_;
-    T* __restrict own = block + inBlock_ * stride_;
-    const T* __restrict before = own + stride_;
-    const bool last = inBlock_ == down_ - 1, any = anyBlock_ || last;
-    if (inBlock_ == 0 && last) {
-      reduction_.Run(row, spare1, spare2, count_, sink);
-    } else if (inBlock_ == 0) {
-      const auto start = [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
-        prefix[i] = own[i] = value;
-        sink(i, Op::Of(before[i], value));
-      };
-      const auto startFirst = [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
-        prefix[i] = own[i] = value;
-      };
-      any ? reduction_.Run(row, spare1, spare2, count_, start)
-          : reduction_.Run(row, spare1, spare2, count_, startFirst);
-    } else if (last) {
-      reduction_.Run(
-          row, spare1, spare2, count_, [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
-            const T sum = Op::Of(prefix[i], value);
-            own[i] = value;
-            sink(i, sum);
-          });
-    } else {
-      const auto proceed = [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
-        const T sum = Op::Of(prefix[i], value);
-        own[i] = value;
-        prefix[i] = sum;
-        sink(i, Op::Of(before[i], sum));
-      };
-      const auto proceedFirst = [=](std::ptrdiff_t i, T value) __attribute__((always_inline)) {
-        own[i] = value;
-        prefix[i] = Op::Of(prefix[i], value);
-      };
-      any ? reduction_.Run(row, spare1, spare2, count_, proceed)
-          : reduction_.Run(row, spare1, spare2, count_, proceedFirst);
-    }
-    ++inBlock_;
-    if (last) CombineBackwards(block);
-    return any;
-  }
-
- private:
-  static std::ptrdiff_t RoundedUp(std::ptrdiff_t count) { return (count + 31) / 16 * 16; }
-
-  void CombineBackwards(T* block) {
-    for (std::ptrdiff_t j = down_ - 2; j > 0; --j) {
-      T* __restrict own = block + j * stride_;
-      const T* __restrict later = own + stride_;
-      for (std::ptrdiff_t i = 0; i < count_; ++i) own[i] = Op::Of(own[i], later[i]);
-    }
-    inBlock_ = 0;
-    anyBlock_ = true;
-  }
-
-  RowReduction<Op, T> reduction_;
-  std::ptrdiff_t down_, count_, rowStride_, stride_;
-  Scratch<T> memory_;
-  std::ptrdiff_t inBlock_ = 0;
-  bool anyBlock_ = false;
-};
-
 /// Sums of all windows of a strip of a grid, by blocks of rows.
 ///
 /// A window covers the end of one block of rows and the beginning of the next. Down the columns, the ends of
 /// one block are summed upwards and the beginnings of the next one downwards, in registers; along the rows,
-/// RowReduction does the rest.
+/// RowSums does the rest.
 template <class Sum>
 class WindowSums {
  public:
@@ -307,12 +288,11 @@ class WindowSums {
   /// Calls sink(place, sum) for the windows that begin in row top + row. The row's column sums are used up.
   template <class Sink>
   [[gnu::always_inline]] void Finish(std::ptrdiff_t row, Sink sink) {
-    T* spare = memory_.Data() + down_ * stride_;
+    Sum* spare = memory_.Data() + down_ * stride_;
     reduction_.Run(memory_.Data() + row * stride_, spare, spare + stride_, count_, sink);
   }
 
  private:
-  using T = Sum;
   static constexpr std::ptrdiff_t kGroup = 4 * kLanes;
 
   template <std::ptrdiff_t kCount, class Widen, class Source>
@@ -336,7 +316,7 @@ class WindowSums {
     }
   }
 
-  RowReduction<Add, Sum> reduction_;
+  RowSums<Sum> reduction_;
   std::ptrdiff_t down_, count_, columns_, stride_;
   Scratch<Sum> memory_;
 };
