@@ -14,6 +14,13 @@
 
 namespace qv::kernels::QV_KERNEL_ISA {
 
+// Before a loop whose places are stored through arrays that no other access of it reaches.
+#ifdef __clang__
+#define QV_INDEPENDENT _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define QV_INDEPENDENT _Pragma("GCC ivdep")
+#endif
+
 /// Zero-filled memory of one call, aligned for the widest vectors.
 template <class T>
 class Scratch {
@@ -207,10 +214,10 @@ class RowSums {
     const Step last = steps_[0];
     const T* __restrict from = rows.from;
     if (stepCount_ == 0) {
-#pragma GCC ivdep
+      QV_INDEPENDENT
       for (std::ptrdiff_t i = 0; i < count; ++i) sink(i, from[i]);
     } else if (last.kind == Kind::kTriple) {
-#pragma GCC ivdep
+      QV_INDEPENDENT
       for (std::ptrdiff_t i = 0; i < count; ++i) {
         sink(i, from[i] + from[i + last.reached] + from[i + 2 * last.reached]);
       }
@@ -237,7 +244,7 @@ class RowSums {
   template <class Sink>
   [[gnu::always_inline]] static void SinkPair(const T* __restrict earlier, const T* __restrict later,
                                               std::ptrdiff_t count, Sink sink) {
-#pragma GCC ivdep
+    QV_INDEPENDENT
     for (std::ptrdiff_t i = 0; i < count; ++i) sink(i, earlier[i] + later[i]);
   }
   static void Pair(T* __restrict to, const T* earlier, const T* later, std::ptrdiff_t count) {
