@@ -203,6 +203,106 @@ QV_API int QV_CALL CropSurface(const void* source, void* destination, int firstC
                                int width, int height, int cropWidth, int cropHeight);
 
 /* ====================================================================================================
+ * Neighbourhood filters
+ *
+ * A square window of `size` samples a side moves over a grid of nx x ny samples; each result is a statistic
+ * of the samples inside it. With half = size / 2 (integer division, toward zero) the window reaches half
+ * samples from its centre to every side. Give odd sizes: an even one visits (size+1) x (size+1) samples, as
+ * the entries say. Sizes 1, 0 and -1 visit the centre alone.
+ *
+ * Results exist where the window lies inside the grid: out, and residual where there is one, are packed grids
+ * of (nx - 2*half) x (ny - 2*half) elements, and the result for the centre (row r, column c) lies at
+ * (r-half)*(nx-2*half) + (c-half). nx*ny elements are always enough. Where no window fits, or size is below
+ * -1, nothing is written. FilterMeanf3 differs: its results have the shape of the input. Unit: that of the
+ * samples.
+ *
+ * The residual is a sample of the input minus the unrounded statistic: THE WINDOW'S TOP-LEFT SAMPLE, not its
+ * centre (a plane that rises by s per column leaves -s*half), except in FilterMedianf2 and FilterMeanf3,
+ * which take the centre.
+ *
+ * Missing samples: forms without suffix, f and i treat -1e10 as a height like any other; f2 and f3 look for
+ * missing samples by value, as their entries say. A result that is a NaN is always the positive quiet NaN.
+ * The cost per sample does not grow with the window's area.
+ *
+ * All return 0, also where work memory cannot be had; then nothing is written. Any thread. In and out must be
+ * distinct arrays. Not checked: pointers.
+ * ==================================================================================================== */
+
+/* Moving mean: the sum of the window in double, divided by size*size (also where an even size visited more
+ * samples; size 0 divides by zero). A sentinel or a huge sample affects the windows it lies in and no other.
+ */
+QV_API unsigned QV_CALL FilterMean(int size, int nx, int ny, const double* in, double* out);
+
+/* As FilterMean, rounded to float. */
+QV_API unsigned QV_CALL FilterMeanf(int size, int nx, int ny, const float* in, float* out);
+
+/* The sum wraps at 32 bits and is divided by size*size toward zero. Size 0 writes nothing. */
+QV_API unsigned QV_CALL FilterMeani(int size, int nx, int ny, const int* in, int* out);
+
+/* As FilterMeanf, with a residual. A window with a missing sample gives -1e10 in both grids. */
+QV_API unsigned QV_CALL FilterMeanf2(int size, int nx, int ny, const float* in, float* out, float* residual);
+
+/* Mean of the samples that are not missing, over the window clipped at the grid's edges: out and residual
+ * have nx*ny elements, and the sum is divided by the number of samples used, whatever the size. With none to
+ * use, or with size below -1, both get -1e10. The residual is the centre minus the mean even where the centre
+ * is missing: -1e10 minus the mean is then not marked as missing. */
+QV_API unsigned QV_CALL FilterMeanf3(int size, int nx, int ny, const float* in, float* out, float* residual);
+
+/* Smallest sample of the window (erosion by a square), at most 1e32. A NaN is passed over; of a zero and a
+ * negative zero the first in row order is taken. The default build leaves a block of nx*ny doubles allocated
+ * at every call. */
+QV_API unsigned QV_CALL FilterMinimum(int size, int nx, int ny, const double* in, double* out);
+
+/* As FilterMinimum, at most the float 1e32, and without the block. */
+QV_API unsigned QV_CALL FilterMinimumf(int size, int nx, int ny, const float* in, float* out);
+
+/* As FilterMinimumf, at most 1000000000. */
+QV_API unsigned QV_CALL FilterMinimumi(int size, int nx, int ny, const int* in, int* out);
+
+/* As FilterMinimumf, with a residual. Where the minimum is -1e10 both grids get it: a window that holds -1e10
+ * and nothing lower. A NaN does not mark the window. */
+QV_API unsigned QV_CALL FilterMinimumf2(int size, int nx, int ny, const float* in, float* out,
+                                        float* residual);
+
+/* Largest sample of the window (dilation by a square), at least -1e32; otherwise as FilterMinimum, without
+ * the block. */
+QV_API unsigned QV_CALL FilterMaximum(int size, int nx, int ny, const double* in, double* out);
+
+/* As FilterMaximum, at least the float -1e32. */
+QV_API unsigned QV_CALL FilterMaximumf(int size, int nx, int ny, const float* in, float* out);
+
+/* As FilterMaximum, at least -1000000000. */
+QV_API unsigned QV_CALL FilterMaximumi(int size, int nx, int ny, const int* in, int* out);
+
+/* As FilterMaximumf, with a residual. Both grids get -1e10 where the maximum is -1e10: missing samples beside
+ * others are passed over. */
+QV_API unsigned QV_CALL FilterMaximumf2(int size, int nx, int ny, const float* in, float* out,
+                                        float* residual);
+
+/* A LOW RANK, not the median: the sample at position size/2 (from 0) of the sorted window, the second
+ * smallest of 3 x 3, the third smallest of 5 x 5. FilterMedianf2 gives the true median. Sorted are the
+ * window's first size*size samples in row order (all of them, when size is odd). Order: by value, -0 before
+ * 0, NaN last. Size 0 writes nothing. */
+QV_API unsigned QV_CALL FilterMedian(int size, int nx, int ny, const double* in, double* out);
+
+/* As FilterMedian. */
+QV_API unsigned QV_CALL FilterMedianf(int size, int nx, int ny, const float* in, float* out);
+
+/* As FilterMedian. */
+QV_API unsigned QV_CALL FilterMediani(int size, int nx, int ny, const int* in, int* out);
+
+/* True median: position (size*size)/2 of the same sorted samples, with a residual against the centre sample.
+ * Where the median itself is missing (-1e10, or a NaN) both grids get -1e10. Size 0 writes nothing. */
+QV_API unsigned QV_CALL FilterMedianf2(int size, int nx, int ny, const float* in, float* out,
+                                       float* residual);
+
+/* (size*size * centre - sum of the other samples) / (size*size), and the residual. The centre's weight is
+ * size*size, not one less: a flat surface of height h gives h / (size*size). A window with a missing sample
+ * gives -1e10 in both grids. */
+QV_API unsigned QV_CALL FilterLaplacianf2(int size, int nx, int ny, const float* in, float* out,
+                                          float* residual);
+
+/* ====================================================================================================
  * Mesh import
  *
  * Parse, then Convert (or CleanUp): the mesh is kept inside the library in between, one at a time. Import

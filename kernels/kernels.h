@@ -59,11 +59,69 @@ struct NormalsKernels {
   void (*sixNeighbours)(const float* h, std::ptrdiff_t width, double dx, double dy, float* normals);
 };
 
+/// A square window moved over an nx x ny grid so that it never leaves it. It reaches `half` samples from its
+/// centre, so it has 2 * half + 1 on a side, which an even nominal size is not. Results are packed rows of
+/// nx - 2 * half; there is at least one row and one column of them. A NaN among the results is always the
+/// positive quiet NaN: which NaN an addition passes on depends on the order of its operands.
+struct Window {
+  std::ptrdiff_t nx, ny;
+  std::ptrdiff_t half;
+  double divisor;  ///< of means: the square of the nominal size
+};
+
+/// Sums of windows. Each is formed by additions alone, of samples of that window alone, in an order that
+/// depends on the window's size and row only: a huge sample leaves no trace outside the windows it lies in.
+struct WindowMeanKernels {
+  void (*meanDoubles)(const Window& window, const double* in, double* out);
+  void (*meanFloats)(const Window& window, const float* in, float* out);
+  void (*meanInts)(const Window& window, const std::int32_t* in, std::int32_t* out);
+  void (*meanResidual)(const Window& window, const float* in, float* out, float* residual);
+  void (*laplacian)(const Window& window, const float* in, float* out, float* residual);
+  /// Every sample is a centre; what lies outside the grid, or is missing, is left out. `half` may exceed the
+  /// grid.
+  void (*clippedMean)(const Window& window, const float* in, float* out, float* residual);
+};
+
+/// Extremes of windows, the first of equal ones in row order (it shows in the sign of a zero); a NaN is never
+/// one. Residuals are taken against the window's top-left sample.
+struct WindowExtremeKernels {
+  void (*minimumDoubles)(const Window& window, const double* in, double* out);
+  void (*minimumFloats)(const Window& window, const float* in, float* out);
+  void (*minimumInts)(const Window& window, const std::int32_t* in, std::int32_t* out);
+  void (*minimumResidual)(const Window& window, const float* in, float* out, float* residual);
+  void (*maximumDoubles)(const Window& window, const double* in, double* out);
+  void (*maximumFloats)(const Window& window, const float* in, float* out);
+  void (*maximumInts)(const Window& window, const std::int32_t* in, std::int32_t* out);
+  void (*maximumResidual)(const Window& window, const float* in, float* out, float* residual);
+};
+
+/// Which sample of a sorted window is the result. The window has 2 * half + 1 samples in each of its first
+/// `fullRows` rows, and `oneMore` in the row below, the leftmost: an even size sorts its first size * size
+/// samples.
+struct RankWindow {
+  Window window;
+  std::ptrdiff_t fullRows;
+  bool oneMore;
+  std::ptrdiff_t rank;  ///< position in ascending order, from 0
+};
+
+/// Ranks of windows, in the order by value, -0 before 0, NaN last.
+struct WindowRankKernels {
+  void (*rankDoubles)(const RankWindow& ranked, const double* in, double* out);
+  void (*rankFloats)(const RankWindow& ranked, const float* in, float* out);
+  void (*rankInts)(const RankWindow& ranked, const std::int32_t* in, std::int32_t* out);
+  /// Both results are missing where the sample found is; the residual is taken against the centre.
+  void (*rankResidual)(const RankWindow& ranked, const float* in, float* out, float* residual);
+};
+
 // Every family of kernels: the type of its table and its name.
-#define QV_KERNEL_FAMILIES(FAMILY)      \
-  FAMILY(StatisticsKernels, statistics) \
-  FAMILY(ArrayKernels, arrays)          \
-  FAMILY(NormalsKernels, normals)
+#define QV_KERNEL_FAMILIES(FAMILY)             \
+  FAMILY(StatisticsKernels, statistics)        \
+  FAMILY(ArrayKernels, arrays)                 \
+  FAMILY(NormalsKernels, normals)              \
+  FAMILY(WindowMeanKernels, windowMeans)       \
+  FAMILY(WindowExtremeKernels, windowExtremes) \
+  FAMILY(WindowRankKernels, windowRanks)
 
 struct KernelTable {
   const char* name;     ///< of the instruction set
