@@ -23,7 +23,7 @@
  *
  * Memory. Every array belongs to the caller before, during and after the call. The library keeps no pointer
  * to a caller's array. Input and output arrays must not overlap unless an entry says that it works in place.
- * What a call allocates it releases, with one exception, noted at SetVertices.
+ * What a call allocates it releases, with exceptions, noted at SetVertices, GaussianFilter and SplineFilter.
  *
  * Pointers and capacities are not checked: a null pointer or a buffer that is too small is the caller's
  * fault. Every entry gives the size that its outputs must have.
@@ -201,6 +201,105 @@ QV_API unsigned QV_CALL ComputeExtremes(float* maximumX, float* minimumX, float*
  * Samples are copied bit for bit. Returns 1, always. Any thread. */
 QV_API int QV_CALL CropSurface(const void* source, void* destination, int firstColumn, int firstRow,
                                int width, int height, int cropWidth, int cropHeight);
+
+/* ====================================================================================================
+ * Gaussian, spline and radius filters
+ *
+ * The two separable filters split a grid into a smooth part and the remainder, residual = in - filtered. MIND
+ * THE ORDER: they take the residual first and the filtered grid second; FilterGaussianf2 takes the filtered
+ * grid first. dx and dy are the spacings along a row and between rows, cutoff the cut-off wavelength, all in
+ * one unit. Only FilterGaussianf2 knows missing samples: to the others -1e10 is a height, so fill holes first
+ * and put them back afterwards. All return 0, also when work memory cannot be had (then nothing is written).
+ * Any thread. Not checked: pointers and the parameters.
+ * ==================================================================================================== */
+
+/* Separable filter of Gaussian type: along the rows, then along the columns, three moving averages of
+ * 2*m + 1 samples each, m = cutoff*0.183/spacing truncated. Where m is below 1 (a cutoff of 0 or too short, a
+ * negative ratio) or beyond the range of an int that direction is not smoothed. residual, filtered: nx*ny
+ * floats each.
+ * THE EDGES ARE NOT CORRECTED: samples beyond the line count as 0 and the weights are not renormalised, so
+ * over about 3*m samples at the start of a line the result falls towards 0, and at its end further still,
+ * because each moving average there lacks one more sample (the one before its last full window). Remove the
+ * mean first (RemoveAverage) and crop 3*m samples afterwards. Where a line is not longer than a window the
+ * same holds for all of it. Sums are carried in 64-bit mantissas, every average is rounded to float. The
+ * residual is taken against the input.
+ * With the default build each call leaves memory allocated: 12 bytes per sample for the rows and again for
+ * the columns, untouched (QV_3D_KEEP_LEAKS=OFF turns it off). */
+QV_API unsigned QV_CALL GaussianFilter(int nx, int ny, float dx, float dy, float cutoff, const float* in,
+                                       float* residual, float* filtered);
+
+/* Separable cubic smoothing spline (profile filter of ISO 16610-22 type, 50 % transmission at the cutoff):
+ * along the rows, then along the columns. The ends are free, so straight lines pass unchanged but for
+ * rounding, which grows with cutoff/spacing: every value of the solution is rounded to float on its way. A
+ * cutoff of 0 does nothing; lines of fewer than 3 samples are left as they are. residual, filtered: nx*ny
+ * floats each. One NaN or infinity spoils its row and then the grid.
+ * With the default build each call leaves nx*ny floats allocated, untouched (QV_3D_KEEP_LEAKS=OFF turns it
+ * off). */
+QV_API unsigned QV_CALL SplineFilter(int nx, int ny, float dx, float dy, float cutoff, const float* in,
+                                     float* residual, float* filtered);
+
+/* 3 x 3 binomial smoothing (1 2 1, 2 4 2, 1 2 1, over 16). filtered, residual: (nx-2)*(ny-2) floats each,
+ * packed: the window centred at (c, r) goes to column c-1, row r-1. Missing by value: one missing sample in
+ * the window makes both outputs -1e10. The residual is taken against the TOP-LEFT sample of the window, not
+ * its centre. nx or ny below 3: nothing is written. */
+QV_API unsigned QV_CALL FilterGaussianf2(int nx, int ny, const float* in, float* filtered, float* residual);
+
+/* Rolls a circle over a profile of n heights with spacing dx (heights, dx and radius in one unit): finds the
+ * samples that the circle touches and gives, at each sample, the highest of the arcs that hang from the
+ * touched samples within reach, an arc at distance x lying radius - sqrt(radius^2 - x^2) lower. out: n
+ * doubles. Where no touched sample lies within radius/dx samples the result is -9.99e33, where one does but
+ * its distance exceeds the radius, -9.9e33. n below 1: nothing is written; n of 1 or 2: the ends are touched.
+ * The time grows with n and with the number of touched samples within reach. */
+QV_API unsigned QV_CALL Convolve_Radius(const double* profile, double* out, int n, double radius, double dx);
+
+/* ====================================================================================================
+ * Polar filters
+ *
+ * Low-pass filters of a closed profile: n equally spaced samples of one revolution, the sample after the last
+ * being the first. in, out: n doubles each, not the same array. spacing and cutoff in one unit. No sample
+ * counts as missing. All return 0 and do nothing when n < 1. Any thread. Not checked: pointers and the
+ * parameters.
+ * ==================================================================================================== */
+
+/* Gaussian weights out to 0.1 % (M samples to each side, in time proportional to n*M), wrapped around the
+ * ends as often as needed. The weights are not renormalised, and the partner of sample i+j is i-j-1: THE
+ * RESULT IS SHIFTED by half a sample towards the start. A cutoff so short that M < 5, or so long that M is
+ * not a number, copies the input. */
+QV_API unsigned QV_CALL FilterGaussianPolar(const double* in, double* out, double spacing, double cutoff,
+                                            int n);
+
+/* Two RC stages, causal: the result lags. Started n/4 samples before the first with the input itself. Here
+ * cutoff is the factor of the bilinear substitution. */
+QV_API unsigned QV_CALL Filter2RCPolar(const double* in, double* out, double spacing, double cutoff, int n);
+
+/* One RC stage forwards, then backwards (no lag). The backward run starts from 0, about n/4 samples after the
+ * last (none for n = 1, whose result is 0): with few samples the last results still feel it. Nothing is
+ * written when the work memory (12*n bytes) cannot be had. */
+QV_API unsigned QV_CALL Filter2RCPCPolar(const double* in, double* out, double spacing, double cutoff, int n);
+
+/* ====================================================================================================
+ * Resampling
+ *
+ * A grid of inNx x inNy samples becomes one of outNx x outNy; output column c lies at input column c*sx, row
+ * r at r*sy. Output rows start every outStride floats (out: (outNy-1)*outStride + outNx floats). Missing by
+ * value: an output sample is -1e10 where one of the input samples it is made from is missing.
+ * REVERSED STATUS: 1 for done; 0, with nothing written, for refused (a null pointer, a size below 1, in ==
+ * out) or out of memory. Any thread.
+ * ==================================================================================================== */
+
+/* Bilinear. sx = inNx/outNx, but (inNx - inNx/outNx)/outNx when enlarging; likewise sy. Indices beyond the
+ * last sample repeat it. Also refused: inStride < inNx, outStride < outNx. With equal sizes and equal strides
+ * inNx*inNy consecutive floats are copied, whatever the strides are. */
+QV_API int QV_CALL Resample(int outNx, int outNy, int inNx, int inNy, const float* in, float* out,
+                            int inStride, int outStride);
+
+/* Cubic convolution over 4 x 4 samples; sx = inNx/outNx, sy = inNy/outNy. inStride is ignored, input rows
+ * start every inNx floats; outStride is not checked (at least outNx). With equal sizes inNx*inNy consecutive
+ * floats are copied. The last horizontal weight has the sign opposite to the usual kernel's: a constant v
+ * comes out as v*(1 + 2*t^2 - 2*t^3), t being the fraction of the column's position. Kept: callers rely on
+ * the values. Near the right and lower edges samples are repeated one position early. */
+QV_API int QV_CALL ResampleBicubic(int outNx, int outNy, int inNx, int inNy, const float* in, float* out,
+                                   int inStride, int outStride);
 
 /* ====================================================================================================
  * Mesh import
