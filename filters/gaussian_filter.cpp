@@ -67,17 +67,19 @@ bool ExactInDoubles(std::uint32_t largest, std::uint32_t smallestLessOne, std::p
   return low >= kExponentShift + 2 + termBits && high - low + 24 + termBits <= 53;
 }
 
-/// The ranges of one line of a block, after it was written anew.
-void MeasureLine(const float* line, std::ptrdiff_t n, int index, kernels::LineRanges& ranges) {
-  std::uint32_t largest = 0, smallestLessOne = UINT32_MAX;
+/// The smallest magnitude of one line of a block, less 1, after it was written anew.
+std::uint32_t SmallestOfLine(const float* line, std::ptrdiff_t n) {
+  std::uint32_t smallestLessOne = UINT32_MAX;
   for (std::ptrdiff_t k = 0; k < n; ++k) {
-    const std::uint32_t magnitude =
-        std::bit_cast<std::uint32_t>(line[k * kernels::kBlockLines]) & 0x7FFFFFFFU;
-    largest = std::max(largest, magnitude);
-    smallestLessOne = std::min(smallestLessOne, magnitude - 1);
+    const auto bits = std::bit_cast<std::uint32_t>(line[k * kernels::kBlockLines]);
+    smallestLessOne = std::min(smallestLessOne, (bits & 0x7FFFFFFFU) - 1);
   }
-  ranges.largest[index] = largest;
-  ranges.smallest[index] = smallestLessOne;
+  return smallestLessOne;
+}
+
+/// A bound of what averages of samples can be: the weight and the result are rounded, by half a unit each.
+std::uint32_t LargestAverage(std::uint32_t largest) {
+  return largest == 0 ? 0 : largest + 4;
 }
 
 /// Three moving averages of each line of a block: from `block` through `other` and back; returns where the
@@ -92,10 +94,11 @@ class GaussianSmoothLine {
     kernels::Active().smoothing.measure(block, n_, &ranges);
     float *from = block, *to = other_;
     for (int pass = 0; pass < 3; ++pass) {
-      kernels::Active().smoothing.boxAverage(from, to, n_, window_.m, window_.weight, &averaged);
+      kernels::Active().smoothing.boxAverage(from, to, n_, window_.m, window_.weight, pass == 2, &averaged);
       for (int line = 0; line < lines; ++line) {
         const bool exact = ExactInDoubles(ranges.largest[line], ranges.smallest[line], terms_);
         if (!exact || averaged.ties[line] != 0) Redo(from, to, line, averaged);
+        averaged.largest[line] = LargestAverage(ranges.largest[line]);
       }
       ranges = averaged;
       std::swap(from, to);
@@ -107,7 +110,7 @@ class GaussianSmoothLine {
   void Redo(const float* from, float* to, int line, kernels::LineRanges& ranges) const {
     const ExtendedPrecision extended;
     BoxAverageLine(from + line, to + line, n_, kernels::kBlockLines, window_);
-    MeasureLine(to + line, n_, line, ranges);
+    ranges.smallest[line] = SmallestOfLine(to + line, n_);
   }
 
   std::ptrdiff_t n_;

@@ -37,18 +37,30 @@ std::ptrdiff_t Clamp(std::ptrdiff_t i, std::ptrdiff_t size) {
   return std::clamp<std::ptrdiff_t>(i, 0, size - 1);
 }
 
-/// Memory for kTaps taps per output column, for kRows rows interpolated along x with `kValues` values per
-/// column, and for their masks of missing samples.
-template <int kTaps, int kRows, int kValues>
+/// Asks for a row before it is needed: rows begin on new pages, where the processor does not look ahead
+/// itself.
+template <int kForWriting>
+void Prefetch(const float* row, std::ptrdiff_t count) {
+  constexpr std::ptrdiff_t kLine = 16;
+  for (std::ptrdiff_t i = 0; i < count; i += kLine) __builtin_prefetch(row + i, kForWriting);
+}
+
+/// Memory for kTaps taps per output column, for kRows input rows brought to the output columns, with kValues
+/// values of type T per column, and for their masks of missing samples.
+template <class T, int kTaps, int kRows, int kValues>
 class RowStore {
+  static constexpr std::ptrdiff_t kFilledUpTo = 16;
+
  public:
   RowStore(const Sizes& sizes)
       : columns_(sizes.outNx),
+        pitch_((sizes.outNx + kFilledUpTo - 1) / kFilledUpTo * kFilledUpTo),
         indices_(Count(kTaps)),
         weights_(Count(kTaps)),
         values_(Count(kRows * kValues)),
         masks_(Count(kRows)) {
-    taps_.columns = sizes.outNx;
+    taps_.columns = columns_;
+    taps_.pitch = pitch_;
     taps_.rowLength = sizes.inNx;
     for (int q = 0; q < kTaps; ++q) {
       taps_.index[q] = Index(q);
@@ -58,24 +70,31 @@ class RowStore {
   }
 
   explicit operator bool() const { return indices_ && weights_ && values_ && masks_; }
-  std::int32_t* Index(int q) { return indices_.get() + q * columns_; }
-  double* Weight(int q) { return weights_.get() + q * columns_; }
+  std::int32_t* Index(int q) { return indices_.get() + q * pitch_; }
+  double* Weight(int q) { return weights_.get() + q * pitch_; }
   const kernels::ColumnTaps& Taps() const { return taps_; }
+
+  /// Repeats the last column's taps, which kernels read in groups.
+  void FillUp() {
+    for (int q = 0; q < kTaps; ++q) {
+      std::fill(Index(q) + columns_, Index(q) + pitch_, Index(q)[columns_ - 1]);
+      std::fill(Weight(q) + columns_, Weight(q) + pitch_, 0.0);
+    }
+  }
 
   /// Makes input row `row` available. Rows that are needed together lie within kRows of each other, so each
   /// has a slot of its own.
   template <class Interpolate>
-  void Need(std::ptrdiff_t row, const float* samples, Interpolate interpolate) {
+  void Need(std::ptrdiff_t row, const float* samples, const float* next, Interpolate interpolate) {
     const std::ptrdiff_t slot = row % kRows;
     if (held_[slot] == row) return;
     held_[slot] = row;
-    interpolate(samples, taps_, Values(row, 0), Values(row, kValues - 1));
+    if (next != nullptr) Prefetch<0>(next, taps_.rowLength);
+    interpolate(samples, taps_, Values(row));
     holes_[slot] = kernels::Active().resampling.anyMissing(samples, taps_.rowLength);
     if (holes_[slot]) kernels::Active().resampling.missingTaps(samples, taps_, kTaps, Mask(row));
   }
-  double* Values(std::ptrdiff_t row, int which) {
-    return values_.get() + (row % kRows * kValues + which) * columns_;
-  }
+  T* Values(std::ptrdiff_t row) { return values_.get() + row % kRows * kValues * pitch_; }
 
   /// Writes the sentinel wherever one of the rows used has a missing sample.
   void Mark(const std::ptrdiff_t (&rows)[kRows], float* out) {
@@ -88,13 +107,14 @@ class RowStore {
   }
 
  private:
-  std::size_t Count(int perColumn) const { return static_cast<std::size_t>(columns_) * perColumn; }
-  std::uint32_t* Mask(std::ptrdiff_t row) { return masks_.get() + row % kRows * columns_; }
+  std::size_t Count(int perColumn) const { return static_cast<std::size_t>(pitch_) * perColumn; }
+  std::uint32_t* Mask(std::ptrdiff_t row) { return masks_.get() + row % kRows * pitch_; }
 
   std::ptrdiff_t columns_;
+  std::ptrdiff_t pitch_;
   Scratch<std::int32_t> indices_;
   Scratch<double> weights_;
-  Scratch<double> values_;
+  Scratch<T> values_;
   Scratch<std::uint32_t> masks_;
   kernels::ColumnTaps taps_ = {};
   std::ptrdiff_t held_[kRows];
@@ -103,7 +123,7 @@ class RowStore {
 
 // ---- bilinear ----
 
-using BilinearRows = RowStore<2, 2, 2>;
+using BilinearRows = RowStore<float, 2, 2, 2>;
 
 void PrepareBilinear(BilinearRows& rows, const Sizes& s) {
   const double step = BilinearStep(s.inNx, s.outNx);
@@ -113,9 +133,9 @@ void PrepareBilinear(BilinearRows& rows, const Sizes& s) {
     const double fx = x - static_cast<double>(i);  // not taken anew after clamping
     rows.Index(0)[c] = static_cast<std::int32_t>(Clamp(i, s.inNx));
     rows.Index(1)[c] = static_cast<std::int32_t>(Clamp(i + 1, s.inNx));
-    rows.Weight(0)[c] = 1 - fx;
     rows.Weight(1)[c] = fx;
   }
+  rows.FillUp();
 }
 
 void ResampleBilinear(BilinearRows& rows, const Sizes& s, const float* in, float* out,
@@ -126,17 +146,18 @@ void ResampleBilinear(BilinearRows& rows, const Sizes& s, const float* in, float
     const double y = static_cast<double>(r) * step;
     const auto j = static_cast<std::ptrdiff_t>(y);
     const std::ptrdiff_t used[2] = {Clamp(j, s.inNy), Clamp(j + 1, s.inNy)};
-    for (const std::ptrdiff_t row : used) rows.Need(row, in + row * inStride, kernel.bilinearRow);
-    const double* const near[2] = {rows.Values(used[0], 0), rows.Values(used[1], 0)};
-    const double* const far[2] = {rows.Values(used[0], 1), rows.Values(used[1], 1)};
-    kernel.blendTwoRows(near, far, y - static_cast<double>(j), s.outNx, out);
+    for (const std::ptrdiff_t row : used)
+      rows.Need(row, in + row * inStride, row + 1 < s.inNy ? in + (row + 1) * inStride : nullptr,
+                kernel.pickTwo);
+    const float* const picked[2] = {rows.Values(used[0]), rows.Values(used[1])};
+    kernel.blendTwoRows(picked, rows.Taps(), y - static_cast<double>(j), out);
     rows.Mark(used, out);
   }
 }
 
 // ---- bicubic ----
 
-using BicubicRows = RowStore<4, 4, 1>;
+using BicubicRows = RowStore<double, 4, 4, 1>;
 
 /// Cubic convolution with parameter -1, but for the last weight.
 struct CubicWeights {
@@ -173,13 +194,11 @@ void PrepareBicubic(BicubicRows& rows, const Sizes& s) {
       rows.Weight(q)[c] = weights.weight[q];
     }
   }
+  rows.FillUp();
 }
 
 void ResampleCubic(BicubicRows& rows, const Sizes& s, const float* in, float* out, std::ptrdiff_t outStride) {
   const kernels::ResamplingKernels& kernel = kernels::Active().resampling;
-  const auto interpolate = [&](const float* row, const kernels::ColumnTaps& taps, double* sums, double*) {
-    kernel.bicubicRow(row, taps, sums);
-  };
   const double step = static_cast<double>(s.inNy) / static_cast<double>(s.outNy);
   for (std::ptrdiff_t r = 0; r < s.outNy; ++r, out += outStride) {
     const double y = static_cast<double>(r) * step;  // not clamped, unlike x
@@ -188,8 +207,10 @@ void ResampleCubic(BicubicRows& rows, const Sizes& s, const float* in, float* ou
     const CubicIndices used(y, j, s.inNy);
     const double* values[4];
     for (int p = 0; p < 4; ++p) {
-      rows.Need(used.index[p], in + used.index[p] * s.inNx, interpolate);
-      values[p] = rows.Values(used.index[p], 0);
+      const std::ptrdiff_t row = used.index[p];
+      rows.Need(row, in + row * s.inNx, row + 1 < s.inNy ? in + (row + 1) * s.inNx : nullptr,
+                kernel.bicubicRow);
+      values[p] = rows.Values(row);
     }
     kernel.blendFourRows(values, weights.weight, s.outNx, out);
     rows.Mark(used.index, out);

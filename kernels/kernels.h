@@ -81,8 +81,9 @@ struct SmoothingKernels {
                         float* filtered, std::ptrdiff_t pitch);
   /// The ranges of a block; no ties.
   void (*measure)(const float* block, std::ptrdiff_t n, LineRanges* ranges);
-  /// One moving average of half-width m and weight w over each line in doubles, and the ranges of the result.
-  void (*boxAverage)(const float* from, float* to, std::ptrdiff_t n, std::ptrdiff_t m, float w,
+  /// One moving average of half-width m and weight w over each line in doubles; of the ranges of the result
+  /// the ties, and unless it is the last average the smallest.
+  void (*boxAverage)(const float* from, float* to, std::ptrdiff_t n, std::ptrdiff_t m, float w, bool last,
                      LineRanges* ranges);
   /// Forward elimination and back substitution of each line, in place, a float store per value. n >= 3.
   void (*solveBand)(float* block, std::ptrdiff_t n, const BandFactors& factors);
@@ -108,6 +109,7 @@ struct ProfileKernels {
 /// One input row at the columns of the output: per output column the samples taps[q][c] times weights[q][c].
 struct ColumnTaps {
   std::ptrdiff_t columns;        ///< of the output
+  std::ptrdiff_t pitch;          ///< columns filled up to a multiple of 16 with taps that can be read
   std::ptrdiff_t rowLength;      ///< of the input
   const std::int32_t* index[4];  ///< ascending along c and in q
   const double* weight[4];
@@ -116,15 +118,15 @@ struct ColumnTaps {
 struct ResamplingKernels {
   /// True where a row has a missing sample.
   bool (*anyMissing)(const float* row, std::ptrdiff_t count);
-  /// near = index[0] sample * weight[0], far = index[1] sample * weight[1].
-  void (*bilinearRow)(const float* row, const ColumnTaps& taps, double* near, double* far);
+  /// picked[q*pitch + c] = tap q of column c, for the first two taps.
+  void (*pickTwo)(const float* row, const ColumnTaps& taps, float* picked);
   /// The sum of four samples by weight, q ascending.
   void (*bicubicRow)(const float* row, const ColumnTaps& taps, double* sums);
   /// missing[c] = all bits set where one of the first `count` taps of column c is missing, else 0.
   void (*missingTaps)(const float* row, const ColumnTaps& taps, int count, std::uint32_t* missing);
-  /// far1*fy + near1*fy + far0*(1-fy) + near0*(1-fy), left to right.
-  void (*blendTwoRows)(const double* const near[2], const double* const far[2], double fy,
-                       std::ptrdiff_t columns, float* out);
+  /// Between two rows of picked taps (near, then far): far1*fx*fy + near1*(1-fx)*fy + far0*fx*(1-fy) +
+  /// near0*(1-fx)*(1-fy), left to right; fx is weight[1].
+  void (*blendTwoRows)(const float* const picked[2], const ColumnTaps& taps, double fy, float* out);
   /// The sum of four rows by weight, p ascending.
   void (*blendFourRows)(const double* const rows[4], const double weights[4], std::ptrdiff_t columns,
                         float* out);

@@ -10,6 +10,7 @@ namespace {
 constexpr int kPart = 8;                     // lanes of one vector of doubles
 constexpr int kParts = kBlockLines / kPart;  // vectors of one sample of every line
 using HalfUnsigned = std::uint32_t __attribute__((vector_size(32)));
+using UnsignedLongs = std::uint64_t __attribute__((vector_size(64)));
 using Quad = float __attribute__((vector_size(16)));
 
 /// One sample of every line.
@@ -25,8 +26,8 @@ QV_INLINE HalfFloats LoadHalf(const float* from) {
 QV_INLINE void StoreHalf(float* to, const HalfFloats& v) {
   __builtin_memcpy(to, &v, sizeof v);
 }
-QV_INLINE Doubles Widen(const float* from) {
-  return __builtin_convertvector(LoadHalf(from), Doubles);
+QV_INLINE Doubles LoadWidened(const float* from) {
+  return Widen(LoadHalf(from));
 }
 
 // ---- blocks from and to grids ----
@@ -52,13 +53,24 @@ QV_INLINE void TransposeTile(const float* from, std::ptrdiff_t fromPitch, float*
   StoreQuad(to + 3 * toPitch, __builtin_shufflevector(ab1, cd1, 2, 3, 6, 7));
 }
 
-constexpr std::ptrdiff_t kStretch = 16;  // samples of a row taken at once: a cache line
+constexpr std::ptrdiff_t kStretch = 64;  // samples of a row taken at once: whole cache lines, a few
+
+// A walk across rows begins a new page with every row, where the processor does not look ahead itself.
+constexpr std::ptrdiff_t kRowsAhead = 12;
+
+template <int kForWriting>
+QV_INLINE void Ask(const float* samples, std::ptrdiff_t count) {
+  for (std::ptrdiff_t i = 0; i < count; i += kLanes) __builtin_prefetch(samples + i, kForWriting);
+}
 
 void PackRows(const float* grid, std::ptrdiff_t pitch, int lines, std::ptrdiff_t n, float* block) {
   std::ptrdiff_t whole = 0;
   if (lines == kBlockLines) {
     for (; whole + kStretch <= n; whole += kStretch) {
       for (int line = 0; line < kBlockLines; line += 4) {
+        for (int i = 0; i < 4 && whole + 2 * kStretch <= n; ++i) {
+          Ask<0>(grid + (line + i) * pitch + whole + kStretch, kStretch);
+        }
         for (std::ptrdiff_t k = whole; k < whole + kStretch; k += 4) {
           TransposeTile(grid + line * pitch + k, pitch, block + k * kBlockLines + line, kBlockLines);
         }
@@ -77,6 +89,9 @@ void UnpackRows(const float* block, std::ptrdiff_t n, int lines, float* grid, st
   if (lines == kBlockLines) {
     for (; whole + kStretch <= n; whole += kStretch) {
       for (int line = 0; line < kBlockLines; line += 4) {
+        for (int i = 0; i < 4 && whole + 2 * kStretch <= n; ++i) {
+          Ask<1>(grid + (line + i) * pitch + whole + kStretch, kStretch);
+        }
         for (std::ptrdiff_t k = whole; k < whole + kStretch; k += 4) {
           TransposeTile(block + k * kBlockLines + line, kBlockLines, grid + line * pitch + k, pitch);
         }
@@ -90,6 +105,7 @@ void UnpackRows(const float* block, std::ptrdiff_t n, int lines, float* grid, st
 
 void PackColumns(const float* grid, std::ptrdiff_t pitch, int lines, std::ptrdiff_t n, float* block) {
   for (std::ptrdiff_t k = 0; k < n; ++k, grid += pitch, block += kBlockLines) {
+    if (k + kRowsAhead < n) Ask<0>(grid + kRowsAhead * pitch, lines);
     if (lines == kBlockLines) {
       for (int i = 0; i < kBlockLines; i += kLanes) Store(block + i, Load(grid + i));
     } else {
@@ -106,6 +122,11 @@ void UnpackColumns(const float* block, std::ptrdiff_t n, int lines, const float*
                    float* filtered, std::ptrdiff_t pitch) {
   for (std::ptrdiff_t k = 0; k < n; ++k, in += pitch, residual += pitch, filtered += pitch) {
     const float* smoothed = block + k * kBlockLines;
+    if (k + kRowsAhead < n) {
+      Ask<0>(in + kRowsAhead * pitch, lines);
+      Ask<1>(residual + kRowsAhead * pitch, lines);
+      Ask<1>(filtered + kRowsAhead * pitch, lines);
+    }
     if (lines == kBlockLines) {
       for (int i = 0; i < kBlockLines; i += kLanes) {
         const Floats z = Load(smoothed + i);
@@ -125,60 +146,70 @@ void UnpackColumns(const float* block, std::ptrdiff_t n, int lines, const float*
 
 /// What has to be known of a stretch of results; see LineRanges.
 struct Watch {
-  HalfUnsigned largest[kParts] = {};
   HalfUnsigned smallest[kParts];
-  Longs ties[kParts] = {};
+  UnsignedLongs offTie[kParts];  // the least distance of the dropped bits from those of a tie, xor-wise
   Watch() {
     for (HalfUnsigned& v : smallest) v = ~HalfUnsigned{};
+    for (UnsignedLongs& v : offTie) v = ~UnsignedLongs{};
   }
 };
 
-QV_INLINE void WatchMagnitude(Watch& watch, int p, const HalfFloats& z) {
-  const HalfUnsigned magnitude = reinterpret_cast<HalfUnsigned>(z) & 0x7FFFFFFFU;
-  const HalfUnsigned below = magnitude - 1;  // 0 becomes the largest of all
-  watch.largest[p] = watch.largest[p] > magnitude ? watch.largest[p] : magnitude;
+QV_INLINE void WatchSmallest(Watch& watch, int p, const HalfFloats& z) {
+  const HalfUnsigned below = (reinterpret_cast<HalfUnsigned>(z) & 0x7FFFFFFFU) - 1;  // 0 becomes the largest
   watch.smallest[p] = watch.smallest[p] < below ? watch.smallest[p] : below;
+}
+
+QV_INLINE void WatchTies(Watch& watch, int p, const Doubles& product) {
+  const UnsignedLongs off = (reinterpret_cast<UnsignedLongs>(product) ^ 0x10000000U) & 0x1FFFFFFFU;
+  watch.offTie[p] = watch.offTie[p] < off ? watch.offTie[p] : off;
 }
 
 QV_INLINE void Report(const Watch& watch, LineRanges* ranges) {
   for (int p = 0; p < kParts; ++p) {
-    __builtin_memcpy(ranges->largest + p * kPart, &watch.largest[p], sizeof watch.largest[p]);
     __builtin_memcpy(ranges->smallest + p * kPart, &watch.smallest[p], sizeof watch.smallest[p]);
-    for (int i = 0; i < kPart; ++i) ranges->ties[p * kPart + i] = watch.ties[p][i] != 0 ? 1 : 0;
+    for (int i = 0; i < kPart; ++i) ranges->ties[p * kPart + i] = watch.offTie[p][i] == 0 ? 1 : 0;
   }
 }
 
 void Measure(const float* block, std::ptrdiff_t n, LineRanges* ranges) {
   Watch watch;
+  HalfUnsigned largest[kParts] = {};
   for (std::ptrdiff_t k = 0; k < n; ++k, block += kBlockLines) {
-    for (int p = 0; p < kParts; ++p) WatchMagnitude(watch, p, LoadHalf(block + p * kPart));
+    for (int p = 0; p < kParts; ++p) {
+      const HalfFloats z = LoadHalf(block + p * kPart);
+      const HalfUnsigned magnitude = reinterpret_cast<HalfUnsigned>(z) & 0x7FFFFFFFU;
+      largest[p] = largest[p] > magnitude ? largest[p] : magnitude;
+      WatchSmallest(watch, p, z);
+    }
   }
   Report(watch, ranges);
+  __builtin_memcpy(ranges->largest, largest, sizeof largest);
 }
 
 QV_INLINE void Add(Samples& sum, const float* samples) {
-  for (int p = 0; p < kParts; ++p) sum.part[p] += Widen(samples + p * kPart);
+  for (int p = 0; p < kParts; ++p) sum.part[p] += LoadWidened(samples + p * kPart);
 }
 QV_INLINE void Remove(Samples& sum, const float* samples) {
-  for (int p = 0; p < kParts; ++p) sum.part[p] -= Widen(samples + p * kPart);
+  for (int p = 0; p < kParts; ++p) sum.part[p] -= LoadWidened(samples + p * kPart);
 }
 
 /// Stores sum * w. A product that lies between two floats exactly, as far as a double can tell, is noted:
 /// only then may rounding by way of a double differ from rounding by way of an extended number.
+template <bool kLast>
 QV_INLINE void StoreAverage(const Samples& sum, double w, float* to, Watch& watch) {
   for (int p = 0; p < kParts; ++p) {
     const Doubles product = sum.part[p] * w;
-    const Longs dropped = reinterpret_cast<Longs>(product) & 0x1FFFFFFF;
-    watch.ties[p] |= dropped == 0x10000000;
+    WatchTies(watch, p, product);
     const HalfFloats rounded = __builtin_convertvector(product, HalfFloats);
-    WatchMagnitude(watch, p, rounded);
+    if (!kLast) WatchSmallest(watch, p, rounded);
     StoreHalf(to + p * kPart, rounded);
   }
 }
 
 /// The same steps as BoxAverageLine of filters/gaussian_filter.cpp, which has the reasons.
-void BoxAverage(const float* from, float* to, std::ptrdiff_t n, std::ptrdiff_t m, float weight,
-                LineRanges* ranges) {
+template <bool kLast>
+void BoxAverageOf(const float* from, float* to, std::ptrdiff_t n, std::ptrdiff_t m, float weight,
+                  LineRanges* ranges) {
   const std::ptrdiff_t length = 2 * m + 1;
   const double w = weight;
   Watch watch;
@@ -186,25 +217,34 @@ void BoxAverage(const float* from, float* to, std::ptrdiff_t n, std::ptrdiff_t m
   for (std::ptrdiff_t k = 0; k < m && k < n; ++k) Add(sum, from + k * kBlockLines);
   for (std::ptrdiff_t at = 0; at <= m && at < n; ++at) {
     if (at + m < n) Add(sum, from + (at + m) * kBlockLines);
-    StoreAverage(sum, w, to + at * kBlockLines, watch);
+    StoreAverage<kLast>(sum, w, to + at * kBlockLines, watch);
   }
   for (std::ptrdiff_t k = length; k < n; ++k) {
     Remove(sum, from + (k - length) * kBlockLines);
     Add(sum, from + k * kBlockLines);
-    StoreAverage(sum, w, to + (k - m) * kBlockLines, watch);
+    StoreAverage<kLast>(sum, w, to + (k - m) * kBlockLines, watch);
   }
   for (std::ptrdiff_t at = n - 1 - m > 0 ? n - 1 - m : 0; at < n; ++at) {
     if (at + m >= length) Remove(sum, from + (at + m - length) * kBlockLines);
-    StoreAverage(sum, w, to + at * kBlockLines, watch);
+    StoreAverage<kLast>(sum, w, to + at * kBlockLines, watch);
   }
   Report(watch, ranges);
+}
+
+void BoxAverage(const float* from, float* to, std::ptrdiff_t n, std::ptrdiff_t m, float weight, bool last,
+                LineRanges* ranges) {
+  if (last) {
+    BoxAverageOf<true>(from, to, n, m, weight, ranges);
+  } else {
+    BoxAverageOf<false>(from, to, n, m, weight, ranges);
+  }
 }
 
 // ---- spline ----
 
 QV_INLINE Samples LoadSamples(const float* from) {
   Samples z;
-  for (int p = 0; p < kParts; ++p) z.part[p] = Widen(from + p * kPart);
+  for (int p = 0; p < kParts; ++p) z.part[p] = LoadWidened(from + p * kPart);
   return z;
 }
 
@@ -213,13 +253,13 @@ QV_INLINE void StoreRounded(Samples& z, float* to) {
   for (int p = 0; p < kParts; ++p) {
     const HalfFloats rounded = __builtin_convertvector(z.part[p], HalfFloats);
     StoreHalf(to + p * kPart, rounded);
-    z.part[p] = __builtin_convertvector(rounded, Doubles);
+    z.part[p] = Widen(rounded);
   }
 }
 
 QV_INLINE void Round(Samples& z) {
   for (int p = 0; p < kParts; ++p) {
-    z.part[p] = __builtin_convertvector(__builtin_convertvector(z.part[p], HalfFloats), Doubles);
+    z.part[p] = Widen(__builtin_convertvector(z.part[p], HalfFloats));
   }
 }
 

@@ -201,7 +201,8 @@ TEST(GaussianFilter, ProductsNextToTheMiddleOfTwoFloats_RoundAsFromExtended) {
     std::vector<float> block(200 * qv::kernels::kBlockLines), plain(block.size()), exact(200);
     for (std::size_t k = 0; k < 200; ++k) block[k * qv::kernels::kBlockLines + 3] = line[k];
     qv::kernels::LineRanges ranges;
-    qv::kernels::Active().smoothing.boxAverage(block.data(), plain.data(), 200, m, window.weight, &ranges);
+    qv::kernels::Active().smoothing.boxAverage(block.data(), plain.data(), 200, m, window.weight, false,
+                                               &ranges);
     qv::filters::BoxAverageLine(line.data(), exact.data(), 200, 1, window);
     EXPECT_NE(ranges.ties[3], 0U) << m;
     EXPECT_EQ(ranges.ties[2], 0U) << m;
