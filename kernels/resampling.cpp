@@ -138,8 +138,7 @@ void MissingTaps(const float* row, const ColumnTaps& taps, int count, std::uint3
 }
 
 void BlendTwoRows(const float* const picked[2], const ColumnTaps& taps, double fy, float* out) {
-  const float *near0 = picked[0], *far0 = near0 + taps.columns, *near1 = picked[1],
-              *far1 = near1 + taps.columns;
+  const float *near0 = picked[0], *far0 = near0 + taps.pitch, *near1 = picked[1], *far1 = near1 + taps.pitch;
   const double* weights = taps.weight[1];
   const double gy = 1 - fy;
   for (std::ptrdiff_t c = 0; c < taps.columns; ++c) {

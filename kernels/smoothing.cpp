@@ -322,9 +322,11 @@ void BinomialRow(const float* const rows[3], std::ptrdiff_t count, float* filter
     const double mean = sum * 0.0625;
     const float smooth = static_cast<float>(mean);
     const float rest = static_cast<float>(a - mean);  // against the top-left sample: callers rely on it
-    const bool used = Used(a) & Used(b) & Used(c) & Used(d) & Used(e) & Used(f) & Used(g) & Used(h) & Used(j);
-    filtered[i] = used ? smooth : kBad;
-    residual[i] = used ? rest : kBad;
+    int used = 1;                                     // no short cut, so that the loop becomes vectors
+    used &= Used(a), used &= Used(b), used &= Used(c), used &= Used(d), used &= Used(e);
+    used &= Used(f), used &= Used(g), used &= Used(h), used &= Used(j);
+    filtered[i] = used != 0 ? smooth : kBad;
+    residual[i] = used != 0 ? rest : kBad;
   }
 }
 
