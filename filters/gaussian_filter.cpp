@@ -13,10 +13,11 @@
 
 namespace qv::filters {
 
-Window::Window(std::ptrdiff_t halfWidth)
-    : m(halfWidth),
-      length(2 * halfWidth + 1),
-      weight(static_cast<float>(1.0 / static_cast<double>(length))) {}
+// Beyond the length of any line the half-width counts in the weight alone, so indices need not reach that far.
+Window::Window(int halfWidth)
+    : m(std::min<std::ptrdiff_t>(halfWidth, PTRDIFF_MAX / 4)),
+      length(2 * m + 1),
+      weight(static_cast<float>(1 / (2.0 * halfWidth + 1))) {}
 
 int HalfWidth(float cutoff, float spacing) {
   return cutoff == 0 ? 0 : TruncateToInt(cutoff * 0.183 / spacing);

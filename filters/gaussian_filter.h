@@ -6,7 +6,7 @@ namespace qv::filters {
 
 /// One moving average of 2*m + 1 samples.
 struct Window {
-  explicit Window(std::ptrdiff_t halfWidth);
+  explicit Window(int halfWidth);
 
   std::ptrdiff_t m;
   std::ptrdiff_t length;
