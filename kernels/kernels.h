@@ -87,7 +87,7 @@ struct SmoothingKernels {
                      LineRanges* ranges);
   /// Forward elimination and back substitution of each line, in place, a float store per value. n >= 3.
   void (*solveBand)(float* block, std::ptrdiff_t n, const BandFactors& factors);
-  /// filtered = in, residual = in - filtered for flat arrays.
+  /// residual = in - smoothed for flat arrays.
   void (*subtract)(const float* in, const float* smoothed, float* residual, std::ptrdiff_t count);
   /// The 3 x 3 binomial mean of `count` windows whose top-left samples are rows[0][0..count-1].
   void (*binomialRow)(const float* const rows[3], std::ptrdiff_t count, float* filtered, float* residual);
