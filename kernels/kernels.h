@@ -114,6 +114,89 @@ struct WindowRankKernels {
   void (*rankResidual)(const RankWindow& ranked, const float* in, float* out, float* residual);
 };
 
+/// Smoothing works on many lines at once: a block holds kBlockLines lines side by side, sample k of line l at
+/// [k*kBlockLines + l], so that every line goes through the sequential description in its own vector lane.
+inline constexpr int kBlockLines = 32;
+
+/// What is known of each line of a block: enough to decide whether plain doubles reproduce an extended sum.
+struct LineRanges {
+  std::uint32_t largest[kBlockLines];   ///< bits of the largest magnitude
+  std::uint32_t smallest[kBlockLines];  ///< bits of the smallest magnitude that is not 0, less 1
+  std::uint32_t ties[kBlockLines];      ///< not 0 where a result lay exactly between two floats
+};
+
+/// The elimination of a symmetric band matrix with two off-diagonals, shared by all lines of a pass.
+struct BandFactors {
+  const double* diagonal;  ///< after elimination, like the off-diagonals
+  const double* first;
+  const double* second;
+  const double* firstFactor;   ///< first / diagonal
+  const double* secondFactor;  ///< second / diagonal
+};
+
+struct SmoothingKernels {
+  /// Blocks from and to a row-major grid; `lines` of the kBlockLines are there, the others are zeros.
+  void (*packRows)(const float* grid, std::ptrdiff_t pitch, int lines, std::ptrdiff_t n, float* block);
+  void (*unpackRows)(const float* block, std::ptrdiff_t n, int lines, float* grid, std::ptrdiff_t pitch);
+  void (*packColumns)(const float* grid, std::ptrdiff_t pitch, int lines, std::ptrdiff_t n, float* block);
+  /// filtered = block, residual = in - block.
+  void (*unpackColumns)(const float* block, std::ptrdiff_t n, int lines, const float* in, float* residual,
+                        float* filtered, std::ptrdiff_t pitch);
+  /// The ranges of a block; no ties.
+  void (*measure)(const float* block, std::ptrdiff_t n, LineRanges* ranges);
+  /// One moving average of half-width m and weight w over each line in doubles; of the ranges of the result
+  /// the ties, and unless it is the last average the smallest.
+  void (*boxAverage)(const float* from, float* to, std::ptrdiff_t n, std::ptrdiff_t m, float w, bool last,
+                     LineRanges* ranges);
+  /// Forward elimination and back substitution of each line, in place, a float store per value. n >= 3.
+  void (*solveBand)(float* block, std::ptrdiff_t n, const BandFactors& factors);
+  /// residual = in - smoothed for flat arrays.
+  void (*subtract)(const float* in, const float* smoothed, float* residual, std::ptrdiff_t count);
+  /// The 3 x 3 binomial mean of `count` windows whose top-left samples are rows[0][0..count-1].
+  void (*binomialRow)(const float* const rows[3], std::ptrdiff_t count, float* filtered, float* residual);
+};
+
+/// Inner loops of profile filters, in doubles.
+struct ProfileKernels {
+  /// For each i < n and each weight in turn: out[i] += w * (cycle[i + ahead] + cycle[i + behind]), where
+  /// `cycle` holds the profile twice, `ahead` starts at firstAhead and steps up, `behind` starts at
+  /// firstBehind and steps down, both modulo n.
+  void (*addPairs)(const double* cycle, std::ptrdiff_t n, const double* weights, std::ptrdiff_t count,
+                   std::ptrdiff_t firstAhead, std::ptrdiff_t firstBehind, double* out);
+  /// out[i] = max(out[i], height - arc[i]), a NaN never winning.
+  void (*raiseForward)(double height, const double* arc, std::ptrdiff_t count, double* out);
+  /// out[-i] = max(out[-i], height - arc[i]) for i < count, likewise.
+  void (*raiseBackward)(double height, const double* arc, std::ptrdiff_t count, double* out);
+};
+
+/// One input row at the columns of the output: per output column the samples taps[q][c] times weights[q][c].
+struct ColumnTaps {
+  std::ptrdiff_t columns;        ///< of the output
+  std::ptrdiff_t pitch;          ///< columns filled up to a multiple of 16 with taps that can be read
+  std::ptrdiff_t rowLength;      ///< of the input
+  const std::int32_t* index[4];  ///< ascending along c and in q
+  const double* weight[4];
+};
+
+struct ResamplingKernels {
+  /// True where a row has a missing sample.
+  bool (*anyMissing)(const float* row, std::ptrdiff_t count);
+  /// picked[q*pitch + c] = tap q of column c, for the first two taps.
+  void (*pickTwo)(const float* row, const ColumnTaps& taps, float* picked);
+  /// The sum of four samples by weight, q ascending.
+  void (*bicubicRow)(const float* row, const ColumnTaps& taps, double* sums);
+  /// missing[c] = all bits set where one of the first `count` taps of column c is missing, else 0.
+  void (*missingTaps)(const float* row, const ColumnTaps& taps, int count, std::uint32_t* missing);
+  /// Between two rows of picked taps (near, then far): far1*fx*fy + near1*(1-fx)*fy + far0*fx*(1-fy) +
+  /// near0*(1-fx)*(1-fy), left to right; fx is weight[1].
+  void (*blendTwoRows)(const float* const picked[2], const ColumnTaps& taps, double fy, float* out);
+  /// The sum of four rows by weight, p ascending.
+  void (*blendFourRows)(const double* const rows[4], const double weights[4], std::ptrdiff_t columns,
+                        float* out);
+  /// out[c] = the sentinel where one of `rows` masks is set.
+  void (*markMissing)(const std::uint32_t* const* masks, int rows, std::ptrdiff_t columns, float* out);
+};
+
 // Every family of kernels: the type of its table and its name.
 #define QV_KERNEL_FAMILIES(FAMILY)             \
   FAMILY(StatisticsKernels, statistics)        \
@@ -121,7 +204,10 @@ struct WindowRankKernels {
   FAMILY(NormalsKernels, normals)              \
   FAMILY(WindowMeanKernels, windowMeans)       \
   FAMILY(WindowExtremeKernels, windowExtremes) \
-  FAMILY(WindowRankKernels, windowRanks)
+  FAMILY(WindowRankKernels, windowRanks)       \
+  FAMILY(SmoothingKernels, smoothing)          \
+  FAMILY(ProfileKernels, profiles)             \
+  FAMILY(ResamplingKernels, resampling)
 
 struct KernelTable {
   const char* name;     ///< of the instruction set
