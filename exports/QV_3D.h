@@ -203,6 +203,112 @@ QV_API int QV_CALL CropSurface(const void* source, void* destination, int firstC
                                int width, int height, int cropWidth, int cropHeight);
 
 /* ====================================================================================================
+ * Spectra
+ *
+ * Radix-2 transforms of a width x height grid. Sizes that are no power of two are padded: padded(n) is n
+ * itself when it is a power of two, else the next power of two (300 gives 512). The heights, less the mean of
+ * all samples, lie in the padded grid at column (padded(width) - width)/2 and row (padded(height) - height)/2
+ * (integer divisions); the rest is 0. Heights to spectrum uses the kernel exp(+2 pi i jk/n) and is not
+ * scaled; spectrum to heights uses exp(-2 pi i jk/n) and divides by the number of samples. Every stage of a
+ * transform is rounded to float.
+ *
+ * No sample counts as missing: -1e10 enters the mean and the transform, and a NaN spreads everywhere. Replace
+ * such samples first (ReplaceBadSamplesWithMinimum). The samples of the mean are counted in a float, so grids
+ * of more than 2^24 samples are divided by 2^24.
+ *
+ * A spectrum is a row-major grid of pairs, real then imaginary part: the term of column c and row r starts at
+ * float 2*(r*columns + c).
+ *
+ * All return 0, or one of four statuses when memory runs out, with the output untouched: 2 and 3 for the row
+ * pointers and the samples of the real part, 4 and 5 for those of the imaginary part. A padded size of 2^31
+ * gives 3. Work memory: about 8 bytes per padded sample. A width or height below 1 gives 0 and writes
+ * nothing. The output may be the input array where it is large enough: all input is read before output is
+ * written. Any thread. Not checked: pointers.
+ * ==================================================================================================== */
+
+/* The spectrum of a height map. spectrum: 2 * padded(width) * padded(height) floats; columns = padded(width).
+ * The term of frequency zero comes first, at (0, 0). */
+QV_API unsigned QV_CALL ComputeFFTGrid(const float* heights, int width, int height, float* spectrum);
+
+/* The heights of a spectrum of width x height terms (the padded sizes of ComputeFFTGrid; note the order of
+ * the arguments): width*height floats, the padded grid without its mean. Imaginary parts are dropped. Of a
+ * size that is no power of two, say 2^m < width < 2^(m+1), only the first 2^m terms of each row (of each
+ * column) are transformed; the others pass unchanged. */
+QV_API unsigned QV_CALL DoFFTInverse(int width, int height, const float* spectrum, float* heights);
+
+/* The amplitudes |X| of the spectrum (not their squares, in spite of the name; not scaled), rotated so that
+ * frequency zero lies at column padded(width)/2 and row padded(height)/2 of the padded grid, of which the
+ * middle is written: spectrum holds width*height floats, and column c of it is column c + (padded(width) -
+ * width)/2 of the rotated grid (rows alike). With padded sizes the highest frequencies are thus cut off.
+ * linear 0: log10 of the amplitude, and 0 where the amplitude is 0. Unit: that of the heights, or decades of
+ * it. */
+QV_API unsigned QV_CALL PowerSpectrum(const float* heights, int width, int height, int linear,
+                                      float* spectrum);
+
+/* The circular autocorrelation of the padded grid: the sum over all positions of f(x, y)*f(x+dx, y+dy),
+ * neither divided by the number of samples nor by its value at lag zero. correlation holds width*height
+ * floats, cut from the middle as in PowerSpectrum; lag zero lies at column padded(width)/2 - (padded(width) -
+ * width)/2 (rows alike). Unit: the square of that of the heights. */
+QV_API unsigned QV_CALL Autocorrelate(const float* heights, int width, int height, float* correlation);
+
+/* Filters by frequency and writes width*height heights, the mean of which is not added back. R is half the
+ * larger padded size, k the rounded distance in bins from frequency zero, p = parameter1: 2, 3  Butterworth
+ * of first order, low and high pass: gain 1/(1 + 0.414*q) and 1 less that, q = (k/(R*p))^2 4, 5  Gaussian,
+ * low and high pass: gain exp(-k*k/(2*s*s)) and 1 less that, s = R*p/sqrt(ln 2) 0, 1  ideal, measured from
+ * the wrong end: the distance d of a term (truncated) is taken from the middle of the array, where the
+ * highest frequencies lie; 0 clears the terms with d/R > p, which takes the long waves away, and 1 clears
+ * those with d/R < p, which takes the short ones away Any other type passes the heights, less their mean.
+ * parameter2 is not read. The gains of types 2 to 5 are mirrored one bin off the conjugate terms, so that the
+ * result is slightly asymmetric, and leave a grid of one row or one column unchanged. Besides the statuses
+ * above, 5 when the tables of the gains find no memory. */
+QV_API unsigned QV_CALL FFTFilter(const float* heights, int width, int height, int filterType,
+                                  float parameter1, float parameter2, float* filtered);
+
+/* ====================================================================================================
+ * Contours and sections
+ * ==================================================================================================== */
+
+/* The line of one level through a height map, as unconnected straight segments x1, y1, x2, y2. The sample of
+ * column i and row j lies at (xCoordinates[i], yCoordinates[j]): width and height coordinates, of any
+ * spacing. Each cell is split into four triangles around its centre (the mean of its corners), of which each
+ * gives at most one segment; they come row by row, cell by cell. Returns the number of segments (0 for a
+ * width or height below 2). segments: room for the worst case of 4 segments per cell, 16*(width-1)*(height-1)
+ * values. A triangle side that lies exactly on the level is emitted by both triangles that share it, and a
+ * cell that is flat on the level emits its four sides; so flat regions give each inner side twice. No sample
+ * counts as missing: contours run around -1e10 as around any height. Any thread. Not checked: pointers,
+ * capacity. */
+QV_API int QV_CALL ComputeContours(const double* heights, int width, int height, const double* xCoordinates,
+                                   const double* yCoordinates, double level, double* segments);
+
+/* As ComputeContours for floats, but a cell with a corner missing by bit pattern gives nothing. The sign of a
+ * NaN height counts as on the level. Heights relative to the level are rounded to float. */
+QV_API int QV_CALL ComputeContoursf(const float* heights, int width, int height, const float* xCoordinates,
+                                    const float* yCoordinates, float level, float* segments);
+
+/* A profile along a row (direction 0, profile: width floats) or along a column (direction 1, height floats,
+ * from the last row to the first). position is the fraction 0..1 across the rows (columns): the centre is
+ * position*(height-1). The band runs from floor(centre - halfBand) to floor(centre + halfBand), both clamped
+ * to the grid. When that is one line, the profile is interpolated linearly between it and the next; a missing
+ * sample gives -1e10, a missing neighbour the sample itself. Otherwise it is the greatest (bandMode 0), the
+ * mean (1, in single precision) or the smallest (2) of the band's samples, missing by value skipped; where
+ * there are none it is -1e32, a NaN or 1e32. Another bandMode leaves the values of a band as they were,
+ * another direction does nothing at all. Finally every value other than -1e10 is multiplied by scale, those
+ * just mentioned too. A sample of the single line is missing by bit pattern; in direction 1 by value (its
+ * neighbour by bit pattern). `unused` is not read. Returns 0. Any thread. Not checked: pointers. */
+QV_API unsigned QV_CALL ComputeCrossSectionProfile(int width, int height, int direction, int bandMode,
+                                                   int unused, float position, float halfBand,
+                                                   const float* heights, float* profile, float scale);
+
+/* Draws the cut of `count` triangles (9 doubles each: three vertices x, y, z) by a plane, one pair of
+ * GL_LINES vertices per cut triangle. normal and point hold 3 doubles. GIVE A UNIT NORMAL: the direction of the
+ * plane comes from normal/|normal|, its offset from -normal*point without that division, so a longer normal
+ * cuts elsewhere. A triangle that lies in the plane or only touches it draws nothing. One with a vertex in the
+ * plane between the two others is drawn, unless that is its first or second vertex, the third lies below and
+ * the other above. Returns 0. GL thread. */
+QV_API unsigned QV_CALL ComputeCrossSectionLines(const double* triangles, const double* normal,
+                                                 const double* point, int count);
+
+/* ====================================================================================================
  * Mesh import
  *
  * Parse, then Convert (or CleanUp): the mesh is kept inside the library in between, one at a time. Import
