@@ -288,9 +288,40 @@ std::ptrdiff_t Segments(const Real* lower, const Real* upper, std::ptrdiff_t cel
   return (end - segments) / 4;
 }
 
+/// Vectors that are compared before the scan may stop.
+inline constexpr std::ptrdiff_t kUntilTest = 16;
+
+template <class Real>
+QV_INLINE bool AllBeyond(const Real* row, std::ptrdiff_t count, Real level, bool above) {
+  using Samples = typename Scan<Real>::Samples;
+  std::ptrdiff_t i = 0;
+  for (; i + kUntilTest * kScan<Real> <= count; i += kUntilTest * kScan<Real>) {
+    auto good = Samples{} == Samples{};
+    for (std::ptrdiff_t k = 0; k < kUntilTest; ++k) {
+      Samples z;
+      __builtin_memcpy(&z, row + i + k * kScan<Real>, sizeof z);
+      good &= above ? z > level : z < level;
+    }
+    std::int64_t words[sizeof good / sizeof(std::int64_t)], all = -1;
+    __builtin_memcpy(words, &good, sizeof words);
+    for (const std::int64_t word : words) all &= word;
+    if (all != -1) return false;
+  }
+  for (; i < count; ++i) {
+    if (!(above ? row[i] > level : row[i] < level)) return false;
+  }
+  return true;
+}
+
+template <class Real>
+int Side(const Real* row, std::ptrdiff_t count, Real level) {
+  if (row[0] > level) return AllBeyond(row, count, level, true) ? 1 : 0;
+  return AllBeyond(row, count, level, false) ? -1 : 0;
+}
+
 }  // namespace
 
 extern const ContourKernels contours;
-const ContourKernels contours = {Segments<double>, Segments<float>};
+const ContourKernels contours = {Segments<double>, Segments<float>, Side<double>, Side<float>};
 
 }  // namespace qv::kernels::QV_KERNEL_ISA

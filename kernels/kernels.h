@@ -96,6 +96,9 @@ struct ContourKernels {
                             double y0, double y1, double level, double* segments);
   std::ptrdiff_t (*floats)(const float* lower, const float* upper, std::ptrdiff_t cells, const float* x,
                            float y0, float y1, float level, float* segments);
+  /// 1 where all samples of a row lie above the level, -1 where all lie below, else 0.
+  int (*sideOfDoubles)(const double* row, std::ptrdiff_t count, double level);
+  int (*sideOfFloats)(const float* row, std::ptrdiff_t count, float level);
 };
 
 /// The greatest, the mean or the smallest (in this order) of a band of neighbouring lines, without the

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "kernels/kernels.h"
+#include "platform/large_pages.h"
 #include "spectral/fft.h"
 
 namespace qv::spectral {
@@ -40,6 +41,7 @@ bool Rows::AllocateSamples(int rows, int columns) {
   if (pitch > std::numeric_limits<std::size_t>::max() / 2 / sizeof(float) / count) return false;
   samples_.reset(static_cast<float*>(std::malloc(count * pitch * sizeof(float))));
   if (samples_ == nullptr) return false;
+  platform::PreferLargePages(samples_.get(), count * pitch * sizeof(float));
   // Not calloc: its pages would be fetched twice, once to be read as zeros.
   std::memset(samples_.get(), 0, count * pitch * sizeof(float));
   for (std::size_t r = 0; r < count; ++r) pointers_[r] = samples_.get() + r * pitch;
