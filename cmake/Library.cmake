@@ -7,6 +7,7 @@ target_compile_definitions(qv_objects PRIVATE QV_3D_BUILD $<$<BOOL:${QV_3D_KEEP_
 target_link_libraries(qv_objects PUBLIC qv_opengl PRIVATE qv_compiler)
 
 foreach(room core filters kernels mesh render platform)
+foreach(room core kernels spectral contours mesh render platform)
   add_subdirectory(${room})
 endforeach()
 

@@ -197,17 +197,71 @@ struct ResamplingKernels {
   void (*markMissing)(const std::uint32_t* const* masks, int rows, std::ptrdiff_t columns, float* out);
 };
 
+/// What a transform of lines of 2^stages samples needs to know.
+struct FftLine {
+  int stages;
+  float scale;                ///< of every result: 1, or 1 / 2^stages
+  const double* factors;      ///< pairs u1, u2: one for the first stage, two for the second, four ...
+  const std::int32_t* order;  ///< 2^stages positions in bit-reversed order
+};
+
+/// Transforms of sixteen lines at once, in place. work: 32 floats per sample of a line.
+struct FftKernels {
+  /// The columns `column` to column + 15 of the rows at real and imaginary.
+  void (*columns)(const FftLine& plan, float* const* real, float* const* imaginary, std::ptrdiff_t column,
+                  float* work);
+  /// Sixteen rows; the same row may be listed more than once at the end.
+  void (*rows)(const FftLine& plan, float* const* real, float* const* imaginary, float* work);
+};
+
+/// Element by element steps of the spectra. No sample is missing.
+struct SpectraKernels {
+  double (*sum)(const float* samples, std::ptrdiff_t count);  ///< in sixteen lanes, as the statistics
+  void (*subtract)(const float* source, float* destination, std::ptrdiff_t count, double value);
+  void (*squares)(float* real, float* imaginary, std::ptrdiff_t count);  ///< re*re + im*im, 0
+  void (*magnitudes)(const float* real, const float* imaginary, float* out, std::ptrdiff_t count);
+  void (*join)(const float* real, const float* imaginary, float* pairs, std::ptrdiff_t count);
+  void (*separate)(const float* pairs, float* real, float* imaginary, std::ptrdiff_t count);
+  /// values[i] *= gains[i] and mirrored[-1 - i] *= gains[i]
+  void (*gain)(float* values, float* mirrored, const float* gains, std::ptrdiff_t count);
+};
+
+/// Segments of the level in one row of cells, between the samples at lower (y0) and upper (y1), which have
+/// cells + 1 samples each; returns their number. Float samples with the bits of the sentinel make no
+/// segments.
+struct ContourKernels {
+  std::ptrdiff_t (*doubles)(const double* lower, const double* upper, std::ptrdiff_t cells, const double* x,
+                            double y0, double y1, double level, double* segments);
+  std::ptrdiff_t (*floats)(const float* lower, const float* upper, std::ptrdiff_t cells, const float* x,
+                           float y0, float y1, float level, float* segments);
+  /// 1 where all samples of a row lie above the level, -1 where all lie below, else 0.
+  int (*sideOfDoubles)(const double* row, std::ptrdiff_t count, double level);
+  int (*sideOfFloats)(const float* row, std::ptrdiff_t count, float level);
+};
+
+/// The greatest, the mean or the smallest (in this order) of a band of neighbouring lines, without the
+/// samples missing by value: out[k] from `lines` samples, in order. Sums are single precision.
+struct ProfileKernels {
+  using Band = void (*)(const float* first, std::ptrdiff_t lines, std::ptrdiff_t stride, std::ptrdiff_t count,
+                        float* out);
+  Band rows[3];     ///< out[k] from first[k + i * stride]
+  Band columns[3];  ///< out[k] from first[k * stride + i]
+};
+
 // Every family of kernels: the type of its table and its name.
-#define QV_KERNEL_FAMILIES(FAMILY)             \
-  FAMILY(StatisticsKernels, statistics)        \
-  FAMILY(ArrayKernels, arrays)                 \
-  FAMILY(NormalsKernels, normals)              \
-  FAMILY(WindowMeanKernels, windowMeans)       \
+#define QV_KERNEL_FAMILIES(FAMILY) \
+  FAMILY(StatisticsKernels, statistics) \
+  FAMILY(ArrayKernels, arrays) \
+  FAMILY(NormalsKernels, normals) \
+  FAMILY(WindowMeanKernels, windowMeans) \
   FAMILY(WindowExtremeKernels, windowExtremes) \
-  FAMILY(WindowRankKernels, windowRanks)       \
-  FAMILY(SmoothingKernels, smoothing)          \
-  FAMILY(ProfileKernels, profiles)             \
-  FAMILY(ResamplingKernels, resampling)
+  FAMILY(WindowRankKernels, windowRanks) \
+  FAMILY(SmoothingKernels, smoothing) \
+  FAMILY(ProfileKernels, profiles) \
+  FAMILY(ResamplingKernels, resampling) \
+  FAMILY(FftKernels, fft) \
+  FAMILY(SpectraKernels, spectra) \
+  FAMILY(ContourKernels, contours)
 
 struct KernelTable {
   const char* name;     ///< of the instruction set

@@ -1,0 +1,79 @@
+#include "spectral/work_grid.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "kernels/kernels.h"
+#include "platform/large_pages.h"
+#include "spectral/fft.h"
+
+namespace qv::spectral {
+
+namespace {
+
+constexpr std::size_t kVector = 16;
+
+/// Number of samples up to which a float counter counts.
+constexpr double kCounterStops = 16777216;
+
+double Mean(const float* heights, std::ptrdiff_t count) {
+  // The number of samples is counted in a float, kept: from 2^24 on it stands still.
+  return kernels::Active().spectra.sum(heights, count) / std::min(static_cast<double>(count), kCounterStops);
+}
+
+}  // namespace
+
+int PaddedSize(int size) {
+  const int m = FloorLog2(size);
+  if (size == 1 << m) return size;
+  return m < 30 ? 1 << (m + 1) : 0;
+}
+
+bool Rows::AllocatePointers(int rows) {
+  pointers_.reset(static_cast<float**>(std::malloc(static_cast<std::size_t>(rows) * sizeof(float*))));
+  return pointers_ != nullptr;
+}
+
+bool Rows::AllocateSamples(int rows, int columns) {
+  const std::size_t pitch = (static_cast<std::size_t>(columns) / kVector + 2) * kVector;
+  const auto count = static_cast<std::size_t>(rows);
+  if (pitch > std::numeric_limits<std::size_t>::max() / 2 / sizeof(float) / count) return false;
+  samples_.reset(static_cast<float*>(std::malloc(count * pitch * sizeof(float))));
+  if (samples_ == nullptr) return false;
+  platform::PreferLargePages(samples_.get(), count * pitch * sizeof(float));
+  // Not calloc: its pages would be fetched twice, once to be read as zeros.
+  std::memset(samples_.get(), 0, count * pitch * sizeof(float));
+  for (std::size_t r = 0; r < count; ++r) pointers_[r] = samples_.get() + r * pitch;
+  return true;
+}
+
+unsigned WorkGrid::Allocate(int rowCount, int columnCount) {
+  rows = rowCount;
+  columns = columnCount;
+  if (!real.AllocatePointers(rows)) return 2;
+  if (!real.AllocateSamples(rows, columns)) return 3;
+  if (!imaginary.AllocatePointers(rows)) return 4;
+  if (!imaginary.AllocateSamples(rows, columns)) return 5;
+  return 0;
+}
+
+void WorkGrid::Transform(short direction) const {
+  // A transform that finds no work memory leaves the grid as it is and goes unreported; kept.
+  FFT2D(real.pointers(), imaginary.pointers(), rows, columns, direction);
+}
+
+unsigned PreparedGrid::Prepare(const float* heights, int width, int height) {
+  const int rows = PaddedSize(height), columns = PaddedSize(width);
+  if (rows == 0 || columns == 0) return 3;
+  if (const unsigned status = grid.Allocate(rows, columns); status != 0) return status;
+  place = {width, height, (rows - height) / 2, (columns - width) / 2};
+  const double mean = Mean(heights, static_cast<std::ptrdiff_t>(width) * height);
+  for (int r = 0; r < height; ++r) {
+    kernels::Active().spectra.subtract(heights + static_cast<std::ptrdiff_t>(r) * width,
+                                       grid.real[r + place.rowOffset] + place.columnOffset, width, mean);
+  }
+  return 0;
+}
+
+}  // namespace qv::spectral
