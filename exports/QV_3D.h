@@ -665,6 +665,14 @@ QV_API void QV_CALL SetupATIStencilShadows(void);
  * Ambient occlusion, checkerboard
  * ==================================================================================================== */
 
+/* A cheap estimate on the grid: every sample is darkened by the samples of the 7 x 7 window around it that are
+ * higher, each by half its height difference over its distance in samples. ao holds width*height values: 1
+ * minus the sum, or 0.2 where the sum is above 0.8. Heights are used as they stand, so the result depends on
+ * their unit: scale them first. A missing neighbour is never higher; a missing sample gets 0.2 where any
+ * sample of its window was measured. `unused` is not read. Returns 0. Any thread. Not checked: pointers. */
+QV_API unsigned QV_CALL ComputeAmbientOcclusionArray(int unused, int width, int height, const float* h,
+                                                     float* ao);
+
 /* Paints a checkerboard into the background of an image. image holds width*height pixels of 3 bytes (red,
  * green, blue), mask width*height bytes: pixels whose mask byte is 255 are painted, all others stay. The
  * squares are 10 pixels wide and high, those of the first row and column 9. The square at the first pixel has

@@ -51,10 +51,19 @@ struct ArrayKernels {
                     std::uint8_t above, std::uint8_t atOrBelow);
 };
 
+/// Ambient occlusion on a grid.
+struct OcclusionKernels {
+  /// One row of the 7 x 7 estimate. rows: the seven rows of the window, the middle one the row itself,
+  /// widened; column 0 is at index 3. They reach 6 values beyond the next multiple of 16 columns; what is no
+  /// sample is minus infinity.
+  void (*row)(const double* const* rows, std::ptrdiff_t width, float* ao);
+};
+
 // Every family of kernels: the type of its table and its name.
 #define QV_KERNEL_FAMILIES(FAMILY)      \
   FAMILY(StatisticsKernels, statistics) \
-  FAMILY(ArrayKernels, arrays)
+  FAMILY(ArrayKernels, arrays)          \
+  FAMILY(OcclusionKernels, occlusion)
 
 struct KernelTable {
   const char* name;     ///< of the instruction set
