@@ -7,7 +7,10 @@ target_compile_options(qv_compiler INTERFACE
   -ffp-contract=off
   # No result depends on errno or on floating-point traps; without these two, loops with a comparison or a square
   # root do not vectorise. Neither changes a value.
-  -fno-math-errno -fno-trapping-math)
+  -fno-math-errno -fno-trapping-math
+  # GCC 12 merges neighbouring statements "x = (float)(a / b)", x a double, into a vector and loses the rounding to
+  # float on the way. Loops are vectorised elsewhere, and rightly.
+  $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86)$")
   target_compile_options(qv_compiler INTERFACE
     # x87 registers would keep more digits than a float or double holds, here and there.

@@ -51,6 +51,14 @@ struct ArrayKernels {
                     std::uint8_t above, std::uint8_t atOrBelow);
 };
 
+/// Normals of the samples 1 to width-2 of the row at h, which has rows below and above it, with the spacings dx and dy.
+/// Equal to SampleNormal of kernels/normal_formula.h.
+struct NormalsKernels {
+  void (*fourNeighboursDouble)(const double* h, std::ptrdiff_t width, double dx, double dy, double* normals);
+  void (*fourNeighbours)(const float* h, std::ptrdiff_t width, double dx, double dy, float* normals);
+  void (*sixNeighbours)(const float* h, std::ptrdiff_t width, double dx, double dy, float* normals);
+};
+
 /// Ambient occlusion on a grid.
 struct OcclusionKernels {
   /// One row of the 7 x 7 estimate. rows: the seven rows of the window, the middle one the row itself,
@@ -63,6 +71,7 @@ struct OcclusionKernels {
 #define QV_KERNEL_FAMILIES(FAMILY)      \
   FAMILY(StatisticsKernels, statistics) \
   FAMILY(ArrayKernels, arrays)          \
+  FAMILY(NormalsKernels, normals)       \
   FAMILY(OcclusionKernels, occlusion)
 
 struct KernelTable {

@@ -21,13 +21,24 @@ struct Normals {
     qv::SampleNormal<kNeighbours>(h + index, width, dx, dy, place, normals + 3 * index);
   }
 
+  static auto Inner() {
+    const qv::kernels::NormalsKernels& kernels = qv::kernels::Active().normals;
+    if constexpr (kNeighbours == 6) {
+      return kernels.sixNeighbours;
+    } else if constexpr (sizeof(Real) == sizeof(float)) {
+      return kernels.fourNeighbours;
+    } else {
+      return kernels.fourNeighboursDouble;
+    }
+  }
+
   void BorderRow(std::ptrdiff_t row) const {
     for (std::ptrdiff_t column = 0; column < width; ++column) Sample(column, row);
   }
 
   void InnerRow(std::ptrdiff_t row) const {
     Sample(0, row);
-    for (std::ptrdiff_t column = 1; column < width - 1; ++column) Sample(column, row);
+    Inner()(h + row * width, width, dx, dy, normals + 3 * row * width);
     Sample(width - 1, row);
   }
 
