@@ -673,6 +673,18 @@ QV_API void QV_CALL SetupATIStencilShadows(void);
 QV_API unsigned QV_CALL ComputeAmbientOcclusionArray(int unused, int width, int height, const float* h,
                                                      float* ao);
 
+/* Ambient occlusion of a triangle mesh: per vertex the share of the hemisphere about its normal, weighted by
+ * the cosine, that is not hidden by the mesh, in 0..1 (ao: vertexCount values), and the mean direction of what
+ * is not hidden, of unit length (directions: 3*vertexCount values). vertices and normals hold 3 floats per
+ * vertex. The connectivity arguments are the number of triangles, passed as a pointer-sized number below
+ * 2^31, and a pointer to 3 unsigned vertex numbers per triangle, in either order (in 32-bit processes the
+ * number comes first). With anything else, nulls included, or with a vertex number out of range, occlusion is
+ * estimated from the vertices and normals alone. Deterministic; takes seconds for a million triangles.
+ * Returns 0, or 1 where the generator cannot start. Any thread. */
+QV_API unsigned QV_CALL ComputeAmbientOcclusionData(const float* vertices, const float* normals,
+                                                    int vertexCount, const void* connectivity1,
+                                                    const void* connectivity2, float* ao, float* directions);
+
 /* Paints a checkerboard into the background of an image. image holds width*height pixels of 3 bytes (red,
  * green, blue), mask width*height bytes: pixels whose mask byte is 255 are painted, all others stay. The
  * squares are 10 pixels wide and high, those of the first row and column 9. The square at the first pixel has

@@ -51,8 +51,8 @@ struct ArrayKernels {
                     std::uint8_t above, std::uint8_t atOrBelow);
 };
 
-/// Normals of the samples 1 to width-2 of the row at h, which has rows below and above it, with the spacings dx and dy.
-/// Equal to SampleNormal of kernels/normal_formula.h.
+/// Normals of the samples 1 to width-2 of the row at h, which has rows below and above it, with the spacings
+/// dx and dy. Equal to SampleNormal of kernels/normal_formula.h.
 struct NormalsKernels {
   void (*fourNeighboursDouble)(const double* h, std::ptrdiff_t width, double dx, double dy, double* normals);
   void (*fourNeighbours)(const float* h, std::ptrdiff_t width, double dx, double dy, float* normals);
@@ -67,12 +67,48 @@ struct OcclusionKernels {
   void (*row)(const double* const* rows, std::ptrdiff_t width, float* ao);
 };
 
+/// A box of a tree over triangles. Above 0, count is the number of triangles from `first`; otherwise the
+/// boxes `first` and `first + 1` divide this one along axis -count, the lower part first.
+struct OcclusionNode {
+  float low[3];
+  std::int32_t first;
+  float high[3];
+  std::int32_t count;
+};
+/// No tree is deeper.
+inline constexpr int kOcclusionTreeDepth = 96;
+
+struct OcclusionScene {
+  const OcclusionNode* nodes;  ///< the first holds all; null where there are no triangles
+  const float* triangles;      ///< nine floats each
+};
+
+/// What is seen from a point: directions in packets of sixteen x, then y, then z, turned into the frame of
+/// three axes, and followed up to the reach.
+struct OcclusionView {
+  float origin[3];
+  float frame[9];
+  const float* rays;
+  std::ptrdiff_t packets;
+  float reach;
+};
+
+struct OcclusionSum {
+  float direction[3];  ///< sum of the directions that nothing stops
+  int count;           ///< their number
+};
+
+struct OcclusionRayKernels {
+  OcclusionSum (*view)(const OcclusionScene& scene, const OcclusionView& view);
+};
+
 // Every family of kernels: the type of its table and its name.
 #define QV_KERNEL_FAMILIES(FAMILY)      \
   FAMILY(StatisticsKernels, statistics) \
   FAMILY(ArrayKernels, arrays)          \
   FAMILY(NormalsKernels, normals)       \
-  FAMILY(OcclusionKernels, occlusion)
+  FAMILY(OcclusionKernels, occlusion)   \
+  FAMILY(OcclusionRayKernels, occlusionRays)
 
 struct KernelTable {
   const char* name;     ///< of the instruction set

@@ -1,4 +1,7 @@
 // Ambient occlusion: the estimate on the grid, and the run of the generator for meshes.
+#include "render/ambient_occlusion.h"
+
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
@@ -7,6 +10,7 @@
 
 #include "exports/QV_3D.h"
 #include "kernels/kernels.h"
+#include "render/mesh_occlusion.h"
 
 namespace {
 
@@ -95,7 +99,46 @@ void ShadeSamples(const Grid& grid, float* ao) {
   }
 }
 
+/// Held to the range; a NaN stays.
+float ToRange(float accessibility) {
+  if (accessibility < 0) return 0;
+  return accessibility > 1 ? 1 : accessibility;
+}
+
+void CopyResults(const qv::platform::VertexOcclusion* results, int vertexCount, float* ao,
+                 float* directions) {
+  for (std::ptrdiff_t k = 0; k < vertexCount; ++k) {
+    std::copy_n(results[k].direction, 3, directions + 3 * k);
+    ao[k] = ToRange(results[k].accessibility);
+  }
+}
+
 }  // namespace
+
+unsigned qv::render::RunOcclusionGenerator(platform::OcclusionGenerator& generator, const float* vertices,
+                                           const float* normals, int vertexCount, const void* connectivity1,
+                                           const void* connectivity2, float* ao, float* directions) {
+  if (generator.initialize() == 0) return 1;
+  void* object =
+      generator.create_object_vn(vertices, 12, normals, 12, vertexCount, 1, connectivity1, connectivity2);
+  if (generator.start_ao_gen_vert(object, 512, 0.01F, 1.0F, 5, 1, 2, 1) != 0) {
+    do {
+      generator.ao_vert_generate(5);
+    } while (generator.results_ready() == 0);
+    CopyResults(generator.get_vert_results(), vertexCount, ao, directions);
+  }
+  generator.destroy_object(object);
+  generator.shutdown();
+  return 0;
+}
+
+unsigned QV_CALL ComputeAmbientOcclusionData(const float* vertices, const float* normals, int vertexCount,
+                                             const void* connectivity1, const void* connectivity2, float* ao,
+                                             float* directions) {
+  qv::render::MeshOcclusion generator;
+  return qv::render::RunOcclusionGenerator(generator, vertices, normals, vertexCount, connectivity1,
+                                           connectivity2, ao, directions);
+}
 
 unsigned QV_CALL ComputeAmbientOcclusionArray(int /*unused*/, int width, int height, const float* h,
                                               float* ao) {
