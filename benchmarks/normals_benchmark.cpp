@@ -1,5 +1,5 @@
-// Surface normals beside the formula written down directly, one sample after the other. 2048 x 2048 samples, smooth
-// with a little noise, without and with 5 % missing.
+// Surface normals beside the formula written down directly, one sample after the other. 2048 x 2048 samples,
+// smooth with a little noise, without and with 5 % missing.
 #include <benchmark/benchmark.h>
 #include <cmath>
 #include <vector>
@@ -39,7 +39,7 @@ void PlainNormals(const Real* h, Real* normals, Real size) {
   const double spacing = size / Real{kSide - 1};
   for (std::ptrdiff_t row = 0; row < kSide; ++row) {
     for (std::ptrdiff_t column = 0; column < kSide; ++column) {
-      const qv::Place place = {column > 0, column < kSide - 1, row > 0, row < kSide - 1};
+      const qv::Place place = {column > 0, column<kSide - 1, row> 0, row < kSide - 1};
       const std::ptrdiff_t k = row * kSide + column;
       qv::SampleNormal<kNeighbours>(h + k, kSide, spacing, spacing, place, normals + 3 * k);
     }
@@ -47,7 +47,8 @@ void PlainNormals(const Real* h, Real* normals, Real size) {
 }
 
 template <class Form>
-void RegisterFloats(const std::string& name, double missing, Form ours, void (*plain)(const float*, float*, float)) {
+void RegisterFloats(const std::string& name, double missing, Form ours,
+                    void (*plain)(const float*, float*, float)) {
   benchmark::RegisterBenchmark((name + "/QV_3D").c_str(), [=](benchmark::State& state) {
     Run<float>(state, missing,
                [&](const float* h, float* normals) { ours(h, kSide, kSide, normals, 0, 0, 100, 100); });
@@ -63,7 +64,8 @@ const bool kRegistered = [] {
   RegisterFloats("normals, 6 neighbours", 0, &ComputeSurfaceNormalsf2, &PlainNormals<6, float>);
   RegisterFloats("normals, 6 neighbours, holes", 0.05, &ComputeSurfaceNormalsf2, &PlainNormals<6, float>);
   benchmark::RegisterBenchmark("normals, doubles/QV_3D", [](benchmark::State& state) {
-    Run<double>(state, 0, [](const double* h, double* normals) { ComputeSurfaceNormals(h, kSide, kSide, normals); });
+    Run<double>(state, 0,
+                [](const double* h, double* normals) { ComputeSurfaceNormals(h, kSide, kSide, normals); });
   })->Unit(benchmark::kMillisecond);
   benchmark::RegisterBenchmark("normals, doubles/plain", [](benchmark::State& state) {
     Run<double>(state, 0, [](const double* h, double* normals) { PlainNormals<4, double>(h, normals, 1); });

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 #include "core/diagnostics.h"
 
@@ -37,6 +38,25 @@ struct EdgeLengths {
   double Longest() const { return std::max({ab, bc, ca}); }
 };
 
+/// The corners of a triangle seen from above: what its splitting depends on.
+struct Outline {
+  float x[3], y[3];
+
+  explicit Outline(const Triangle& t) : x{t.a.x, t.b.x, t.c.x}, y{t.a.y, t.b.y, t.c.y} {}
+  bool operator==(const Outline& other) const {
+    return std::equal(x, x + 3, other.x) && std::equal(y, y + 3, other.y);
+  }
+};
+
+// Splitting ends by itself where the limit is well above the distance between floats: a rounded midpoint then
+// lies so close to the middle that every new edge is shorter than the one that was split, by a fixed factor.
+// (Exactly halved, no new edge is longer than 0.87 of it.) Where the limit is only a few such steps, rounding
+// may turn a triangle into one that has itself among its pieces again, forever: it would be cut until the
+// memory is full, which is reported at once. A triangle's pieces depend on nothing else, so comparing each
+// with one ancestor, renewed after every doubling of the number of passes, finds that out.
+constexpr double kSafeSteps = 8;
+constexpr int kFirstAncestorPass = 8;
+
 class Refiner {
  public:
   Refiner(GrowingArray<Triangle>& triangles, double limit, double largestCoordinate, bool verbose)
@@ -44,6 +64,7 @@ class Refiner {
         limit_(limit),
         leastLongSquare_(LeastLongSquare(limit)),
         coordinateStep_(largestCoordinate * std::numeric_limits<float>::epsilon()),
+        mayRecur_(limit < kSafeSteps * coordinateStep_),
         verbose_(verbose) {}
 
   Refinement Run() {
@@ -54,7 +75,7 @@ class Refiner {
       const std::size_t before = triangles_.size();
       if (!SplitPass()) return Refinement::kOutOfMemory;
       if (!splitSome) return Refinement::kDone;
-      if (!KeepLongTriangles(before)) return Refinement::kOutOfMemory;
+      if (!KeepLongTriangles(before) || !RenewAncestors()) return Refinement::kOutOfMemory;
     }
   }
 
@@ -105,7 +126,7 @@ class Refiner {
   /// one of side L, give or take the slivers between an edge and its rounded midpoint. Where the limit is so
   /// small that edges may be left because they cannot be halved, nothing is certain.
   double FewestPieces(const Triangle& t) const {
-    if (limit_ < 8 * coordinateStep_) return 1;
+    if (mayRecur_) return 1;
     const double longest =
         std::sqrt(std::max(EdgeSquare2D(t.a, t.b), std::max(EdgeSquare2D(t.b, t.c), EdgeSquare2D(t.c, t.a))));
     constexpr double kEquilateral = 0.4331;
@@ -120,7 +141,7 @@ class Refiner {
     if (!triangles_.Reserve(triangles_.size() + long_.size())) return false;
     double longest = longestShort_;
     for (const int index : long_) {
-      const EdgeLengths lengths = CountedLengths(triangles_[index]);
+      const EdgeLengths lengths = CountedLengths(triangles_[static_cast<std::size_t>(index)]);
       longest = std::max(longest, lengths.Longest());
       if (!Split(static_cast<std::size_t>(index), lengths)) return false;
     }
@@ -151,24 +172,46 @@ class Refiner {
     return triangles_.Append(rest);
   }
 
-  /// The list of the next pass, in index order: what of the split triangles is still long, then the new ones.
+  /// The list of the next pass, in index order: what of the split triangles is still long, then the new ones,
+  /// of which each split triangle has made one. False also where a triangle has itself among its pieces.
   bool KeepLongTriangles(std::size_t firstNew) {
-    GrowingArray<int> split = std::move(long_);
-    for (const int index : split) {
-      if (!Consider(static_cast<std::size_t>(index))) return false;
+    const GrowingArray<int> split = std::move(long_);
+    const GrowingArray<Outline> ancestors = std::move(ancestors_);
+    for (std::size_t i = 0; i < split.size(); ++i) {
+      if (!KeepIfLong(static_cast<std::size_t>(split[i]), i, ancestors)) return false;
     }
-    for (std::size_t i = firstNew; i < triangles_.size(); ++i) {
-      if (!Consider(i)) return false;
+    for (std::size_t i = 0; i < split.size(); ++i) {
+      if (!KeepIfLong(firstNew + i, i, ancestors)) return false;
+    }
+    return true;
+  }
+
+  bool KeepIfLong(std::size_t index, std::size_t parent, const GrowingArray<Outline>& ancestors) {
+    const std::size_t before = long_.size();
+    if (!Consider(index)) return false;
+    if (long_.size() == before || ancestors.empty()) return true;
+    return !(ancestors[parent] == Outline(triangles_[index])) && ancestors_.Append(ancestors[parent]);
+  }
+
+  bool RenewAncestors() {
+    ++passes_;
+    if (!mayRecur_ || passes_ < kFirstAncestorPass || (passes_ & (passes_ - 1)) != 0) return true;
+    ancestors_.Truncate(0);
+    for (const int index : long_) {
+      if (!ancestors_.Append(Outline(triangles_[static_cast<std::size_t>(index)]))) return false;
     }
     return true;
   }
 
   GrowingArray<Triangle>& triangles_;
-  GrowingArray<int> long_;  ///< in index order
+  GrowingArray<int> long_;           ///< in index order
+  GrowingArray<Outline> ancestors_;  ///< of each long triangle, once there are many passes
   const double limit_;
   const double leastLongSquare_;
   const double coordinateStep_;  ///< distance between floats at the mesh's largest coordinate, at most
+  const bool mayRecur_;
   const bool verbose_;
+  int passes_ = 0;
   double longestShortSquare_ = 0;
   double longestShort_ = 0;  ///< of the triangles that are no longer visited
 };

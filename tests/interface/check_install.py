@@ -16,6 +16,7 @@ parser = argparse.ArgumentParser()
 for option in ("--build", "--source", "--config", "--version", "--c", "--cxx"):
     parser.add_argument(option, required=True)
 parser.add_argument("--toolchain", help="of a Windows build")
+parser.add_argument("--host", action="store_true", help="the reference host was built too")
 parser.add_argument("--emulator", help="runs Windows programs")
 arguments = parser.parse_args()
 checks = Checks()
@@ -31,6 +32,8 @@ def check_files(prefix):
     config = arguments.config.lower()
     expected = libraries | {"QV_3D.h", "LICENSE", "QV_3D.pc", "QV_3DConfig.cmake", f"QV_3DConfig-{config}.cmake",
                             "QV_3DConfigVersion.cmake"}
+    if arguments.host:
+        expected.add("qv3d")
     files = {name: os.path.join(folder, name) for folder, _, names in os.walk(prefix) for name in names}
     checks.same_names(list(files), expected, "installed files")
     if not windows:
@@ -93,6 +96,8 @@ with tempfile.TemporaryDirectory() as folder:
     prefix = f"{folder}/moved"
     os.rename(f"{folder}/first", prefix)
     installed = check_files(prefix)
+    if arguments.host:
+        checks.that("Usage" in run([installed["qv3d"], "--help"]), "the installed host program does not start")
     for name in EXPECTED:
         example = os.path.join(folder, name)
         shutil.copytree(os.path.join(arguments.source, "examples", name), example)

@@ -3,12 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-// The entry points are defined here, not imported, and GLEW must not rename them to imports.
-#define GLEW_STATIC
-#if defined(_WIN32)
-#define GLAPI extern
-#define WINGDIAPI
-#endif
 #include <GL/glew.h>
 
 namespace qv::test {

@@ -39,7 +39,9 @@ std::ostream& operator<<(std::ostream& out, const GLCall& call) {
   return out << ')';
 }
 
-void RecordGLCall(GLCall call) { calls.push_back(std::move(call)); }
+void RecordGLCall(GLCall call) {
+  calls.push_back(std::move(call));
+}
 
 GLCalls TakeGLCalls() {
   return std::exchange(calls, {});
@@ -56,33 +58,46 @@ void SetAttributeLocation(int location) {
 
 }  // namespace qv::test
 
-// Elsewhere the library finds these functions by name; on Windows it calls through the pointers that an
-// import library would bring, whose names carry the bytes of the arguments on 32 bits.
-#if defined(_WIN32)
-#if defined(_WIN64)
-#define QV_IMPORT_NAME(name, bytes) "__imp_" #name
-#else
-#define QV_IMPORT_NAME(name, bytes) "__imp__" #name "@" #bytes
-#endif
-#define QV_RECORD(name, bytes, parameters, body)                                                  \
-  static void GLAPIENTRY Recorded_##name parameters body extern "C" {                             \
-    extern void(GLAPIENTRY* const import_##name) parameters __asm__(QV_IMPORT_NAME(name, bytes)); \
-    void(GLAPIENTRY* const import_##name) parameters = &Recorded_##name;                          \
-  }
-#else
-#define QV_RECORD(name, bytes, parameters, body) extern "C" void name parameters body
-#endif
+extern "C" {
 
-QV_RECORD(glBegin, 4, (GLenum mode), { Record("glBegin", mode); })
-QV_RECORD(glEnd, 0, (), { Record("glEnd"); })
-QV_RECORD(glEnable, 4, (GLenum what), { Record("glEnable", what); })
-QV_RECORD(glVertex3f, 12, (GLfloat x, GLfloat y, GLfloat z), { Record("glVertex3f", x, y, z); })
-QV_RECORD(glVertex3d, 24, (GLdouble x, GLdouble y, GLdouble z), { Record("glVertex3d", x, y, z); })
-QV_RECORD(glNormal3fv, 4, (const GLfloat* v), { RecordThree("glNormal3f", v); })
-QV_RECORD(glNormal3dv, 4, (const GLdouble* v), { RecordThree("glNormal3d", v); })
-QV_RECORD(glColor3f, 12, (GLfloat r, GLfloat g, GLfloat b), { Record("glColor3f", r, g, b); })
-QV_RECORD(glColor3fv, 4, (const GLfloat* v), { RecordThree("glColor3f", v); })
-QV_RECORD(glColor3d, 24, (GLdouble r, GLdouble g, GLdouble b), { Record("glColor3d", r, g, b); })
-QV_RECORD(glTexCoord1f, 4, (GLfloat s), { Record("glTexCoord1f", s); })
-QV_RECORD(glTexCoord1d, 8, (GLdouble s), { Record("glTexCoord1d", s); })
-QV_RECORD(glTexCoord2f, 8, (GLfloat s, GLfloat t), { Record("glTexCoord2f", s, t); })
+void GLAPIENTRY glBegin(GLenum mode) {
+  Record("glBegin", mode);
+}
+void GLAPIENTRY glEnd(void) {
+  Record("glEnd");
+}
+void GLAPIENTRY glEnable(GLenum what) {
+  Record("glEnable", what);
+}
+void GLAPIENTRY glVertex3f(GLfloat x, GLfloat y, GLfloat z) {
+  Record("glVertex3f", x, y, z);
+}
+void GLAPIENTRY glVertex3d(GLdouble x, GLdouble y, GLdouble z) {
+  Record("glVertex3d", x, y, z);
+}
+void GLAPIENTRY glNormal3fv(const GLfloat* v) {
+  RecordThree("glNormal3f", v);
+}
+void GLAPIENTRY glNormal3dv(const GLdouble* v) {
+  RecordThree("glNormal3d", v);
+}
+void GLAPIENTRY glColor3f(GLfloat r, GLfloat g, GLfloat b) {
+  Record("glColor3f", r, g, b);
+}
+void GLAPIENTRY glColor3fv(const GLfloat* v) {
+  RecordThree("glColor3f", v);
+}
+void GLAPIENTRY glColor3d(GLdouble r, GLdouble g, GLdouble b) {
+  Record("glColor3d", r, g, b);
+}
+void GLAPIENTRY glTexCoord1f(GLfloat s) {
+  Record("glTexCoord1f", s);
+}
+void GLAPIENTRY glTexCoord1d(GLdouble s) {
+  Record("glTexCoord1d", s);
+}
+void GLAPIENTRY glTexCoord2f(GLfloat s, GLfloat t) {
+  Record("glTexCoord2f", s, t);
+}
+
+}  // extern "C"

@@ -1,0 +1,32 @@
+// A finished picture of a height map: the drawn surface with title, scales and colour bar.
+#pragma once
+
+#include <string>
+
+#include "image.h"
+#include "offscreen.h"
+#include "scene.h"
+
+namespace qv3d {
+
+struct PictureOptions {
+  int width = 1600;
+  int height = 1000;
+  Style style = Style::kTexture;
+  ViewAngles angles;
+  double zScale = 0;  ///< exaggeration of heights, 0 to choose one
+  int step = 1;       ///< draw every step-th sample
+  std::string title;
+  std::string unit = "mm";
+};
+
+/// The picture, and the exaggeration that was used.
+struct Picture {
+  Image image;
+  double zScale;
+};
+
+/// Throws Failure (not computable) where every sample is missing.
+Picture DrawPicture(const OffscreenContext& context, const HeightMap& map, const PictureOptions& options);
+
+}  // namespace qv3d

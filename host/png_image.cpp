@@ -1,0 +1,53 @@
+// PNG files by libpng.
+#include <cstring>
+#include <fmt/format.h>
+#include <fstream>
+#include <png.h>
+
+#include "failure.h"
+#include "image.h"
+
+namespace qv3d {
+namespace {
+
+std::string Encode(const std::uint8_t* bytes, int width, int height, png_uint_32 format) {
+  png_image png{};
+  png.version = PNG_IMAGE_VERSION;
+  png.width = static_cast<png_uint_32>(width);
+  png.height = static_cast<png_uint_32>(height);
+  png.format = format;
+  png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(png);
+  std::string encoded(size, '\0');
+  if (png_image_write_to_memory(&png, encoded.data(), &size, 0, bytes, 0, nullptr) == 0) {
+    throw Failure(ExitCode::kNotComputable, fmt::format("the picture cannot be encoded: {}", png.message));
+  }
+  encoded.resize(size);
+  return encoded;
+}
+
+}  // namespace
+
+std::string EncodePng(const Image& image) {
+  return Encode(image.bytes().data(), image.width(), image.height(), PNG_FORMAT_RGB);
+}
+
+void WritePng(const std::filesystem::path& path, const Image& image) {
+  WriteWholeFile(path, EncodePng(image));
+}
+
+void WriteGreyPng(const std::filesystem::path& path, const std::vector<std::uint8_t>& grey, int width,
+                  int height) {
+  WriteWholeFile(path, Encode(grey.data(), width, height, PNG_FORMAT_GRAY));
+}
+
+void WriteWholeFile(const std::filesystem::path& path, const std::string& bytes) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  file.close();
+  if (!file) {
+    throw Failure(ExitCode::kUnreadable, fmt::format("{}: cannot be written", path.string()),
+                  "Check that the folder exists and that you may write there.");
+  }
+}
+
+}  // namespace qv3d

@@ -1,0 +1,47 @@
+#include "progress.h"
+
+#include <cstdio>
+#include <fmt/format.h>
+#include <unistd.h>
+
+namespace qv3d {
+namespace {
+
+constexpr double kPatienceOnTerminal = 0.3;
+constexpr double kPatienceInLog = 1.0;
+
+}  // namespace
+
+Progress::Progress(bool quiet) : quiet_(quiet), terminal_(isatty(STDERR_FILENO) != 0) {}
+
+void Progress::Phase(const std::string& name) {
+  if (name == name_) return;
+  Finish();
+  name_ = name;
+  start_ = Clock::now();
+}
+
+void Progress::Tick() {
+  if (quiet_ || name_.empty()) return;
+  const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+  if (terminal_ && seconds >= kPatienceOnTerminal) {
+    fmt::print(stderr, "\r\033[K{} ... {:.1f} s", name_, seconds);
+    std::fflush(stderr);
+    shown_ = true;
+  } else if (!terminal_ && !shown_ && seconds >= kPatienceInLog) {
+    fmt::print(stderr, "qv3d: {} ...\n", name_);
+    shown_ = true;
+  }
+}
+
+void Progress::Finish() {
+  const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+  // A phase that never found time for a tick is mentioned too when it was a long one.
+  const bool late = !quiet_ && !terminal_ && !name_.empty() && seconds >= kPatienceInLog;
+  if (shown_ && terminal_) fmt::print(stderr, "\r\033[K");
+  if (late) fmt::print(stderr, "qv3d: {}: {:.1f} s\n", name_, seconds);
+  shown_ = false;
+  name_.clear();
+}
+
+}  // namespace qv3d

@@ -1,0 +1,32 @@
+// Tells the user on the standard error stream what is going on, once it takes long enough to matter.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace qv3d {
+
+class Progress {
+ public:
+  explicit Progress(bool quiet = false);
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+  ~Progress() { Finish(); }
+
+  /// Begins the next phase; the one before is over.
+  void Phase(const std::string& name);
+  /// Shows the elapsed time; to be called now and then.
+  void Tick();
+  void Finish();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  bool quiet_;
+  bool terminal_;
+  bool shown_ = false;
+  std::string name_;
+  Clock::time_point start_ = Clock::now();
+};
+
+}  // namespace qv3d

@@ -1,0 +1,47 @@
+// Results for people and for programs.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "height_map.h"
+#include "load.h"
+
+namespace qv3d {
+
+using Json = nlohmann::ordered_json;
+
+/// Lengths in the unit of the file, which stands beside them.
+Json JsonOf(const MeshFacts& mesh);
+Json JsonOf(const StlCheck& check);
+Json JsonOf(const Statistics& statistics);
+Json JsonOfGrid(const LoadedMap& loaded);
+
+/// A float as the shortest number that means it.
+Json ShortNumber(float value);
+
+struct TableRow {
+  std::string name, value, meaning;
+};
+
+/// The statistics with units, for a table.
+std::vector<TableRow> RowsOf(const Statistics& statistics, const std::string& fileUnit);
+
+struct ReportPicture {
+  std::string title, caption, file, png;
+};
+
+struct HtmlReport {
+  std::string title, subtitle;
+  std::vector<TableRow> facts;
+  std::vector<TableRow> statistics;
+  std::vector<ReportPicture> pictures;
+  std::vector<std::string> steps;
+  std::vector<std::string> nextSteps;
+};
+
+/// One self-contained page: the pictures are inside.
+std::string HtmlOf(const HtmlReport& report);
+
+}  // namespace qv3d
