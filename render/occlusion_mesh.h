@@ -36,6 +36,10 @@ OcclusionMesh MeshOfTriangles(const VertexArrays& arrays, const Connectivity& co
 /// Without triangles: a small square per vertex, across its normal, as wide as the vertices are apart.
 OcclusionMesh MeshOfVertices(const VertexArrays& arrays);
 
+/// The vertices in an order in which neighbours follow each other, so that their rays meet the same part of
+/// the mesh.
+std::vector<std::ptrdiff_t> NeighbourOrder(const VertexArrays& arrays);
+
 /// Nothing is known of a vertex that was not measured.
 bool IsUsableVertex(const float* vertex);
 
