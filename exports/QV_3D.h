@@ -677,10 +677,11 @@ QV_API unsigned QV_CALL ComputeAmbientOcclusionArray(int unused, int width, int 
  * the cosine, that is not hidden by the mesh, in 0..1 (ao: vertexCount values), and the mean direction of what
  * is not hidden, of unit length (directions: 3*vertexCount values). vertices and normals hold 3 floats per
  * vertex. The connectivity arguments are the number of triangles, passed as a pointer-sized number below
- * 2^31, and a pointer to 3 unsigned vertex numbers per triangle, in either order (in 32-bit processes the
- * number comes first). With anything else, nulls included, or with a vertex number out of range, occlusion is
- * estimated from the vertices and normals alone. Deterministic; takes seconds for a million triangles.
- * Returns 0, or 1 where the generator cannot start. Any thread. */
+ * 2^31, and a pointer to 3 unsigned vertex numbers per triangle, in either order (in 32-bit processes, and on
+ * Windows, the number comes first). With anything else, nulls included, or with a vertex number out of range,
+ * occlusion is estimated from the vertices and normals alone. Deterministic, with 512 rays per vertex: of the
+ * order of a minute for a million triangles. Returns 0, or 1 where the generator cannot start; where memory is
+ * short, 0 without results. Any thread. */
 QV_API unsigned QV_CALL ComputeAmbientOcclusionData(const float* vertices, const float* normals,
                                                     int vertexCount, const void* connectivity1,
                                                     const void* connectivity2, float* ao, float* directions);

@@ -113,6 +113,7 @@ void MeshOcclusion::Start(int rays, float offset, float reach) {
   const bool known = connectivity_.count > 0 && AllInRange(connectivity_, arrays_.count);
   mesh_ = known ? MeshOfTriangles(arrays_, connectivity_, offset) : MeshOfVertices(arrays_);
   tree_.emplace(mesh_.corners);
+  order_ = NeighbourOrder(arrays_);
   rays_ = Rays(rays);
   reach_ = reach * mesh_.size * 1.01F;
 }
@@ -142,7 +143,10 @@ platform::VertexOcclusion MeshOcclusion::LookFrom(std::ptrdiff_t vertex) const {
 void MeshOcclusion::ao_vert_generate(int effort) {
   const std::ptrdiff_t end =
       std::min(arrays_.count, done_ + 64 * static_cast<std::ptrdiff_t>(std::max(effort, 1)));
-  for (; done_ < end; ++done_) results_[static_cast<std::size_t>(done_)] = LookFrom(done_);
+  for (; done_ < end; ++done_) {
+    const std::ptrdiff_t vertex = order_[static_cast<std::size_t>(done_)];
+    results_[static_cast<std::size_t>(vertex)] = LookFrom(vertex);
+  }
 }
 
 void MeshOcclusion::destroy_object(void* /*object*/) {

@@ -38,7 +38,8 @@ class MeshOcclusion final : public platform::OcclusionGenerator {
   Connectivity connectivity_;
   OcclusionMesh mesh_;
   std::optional<TriangleTree> tree_;
-  std::vector<float> rays_;  // in packets of 16 x, y, z
+  std::vector<std::ptrdiff_t> order_;  // in which the vertices are done
+  std::vector<float> rays_;            // in packets of 16 x, y, z
   float reach_ = 0;
   std::ptrdiff_t done_ = 0;
   std::vector<platform::VertexOcclusion> results_;

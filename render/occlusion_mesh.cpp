@@ -106,16 +106,24 @@ std::uint64_t MortonKey(const Vector& p, const Extent& extent) {
   return key;
 }
 
-/// The distance to the nearest other vertex among those that the sorting brought near, per vertex; 0 where
-/// none.
-std::vector<double> Spacings(const VertexArrays& arrays, const Extent& extent) {
-  constexpr std::ptrdiff_t kReach = 16;
-  std::vector<std::pair<std::uint64_t, std::ptrdiff_t>> order;
+using KeyedVertices = std::vector<std::pair<std::uint64_t, std::ptrdiff_t>>;
+
+/// The usable vertices.
+KeyedVertices SortedByKey(const VertexArrays& arrays, const Extent& extent) {
+  KeyedVertices order;
   for (std::ptrdiff_t k = 0; k < arrays.count && extent.diagonal > 0; ++k) {
     const float* vertex = arrays.vertices + 3 * k;
     if (IsUsableVertex(vertex)) order.emplace_back(MortonKey(At(vertex, 0), extent), k);
   }
   std::sort(order.begin(), order.end());
+  return order;
+}
+
+/// The distance to the nearest other vertex among those that the sorting brought near, per vertex; 0 where
+/// none.
+std::vector<double> Spacings(const VertexArrays& arrays, const Extent& extent) {
+  constexpr std::ptrdiff_t kReach = 16;
+  const KeyedVertices order = SortedByKey(arrays, extent);
   std::vector<double> spacings(static_cast<std::size_t>(arrays.count), 0.0);
   const auto count = static_cast<std::ptrdiff_t>(order.size());
   for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -151,7 +159,28 @@ void AddSquare(const Vector& centre, const Vector& normal, double half, Occlusio
   AddTriangle({corner(-1, -1), corner(1, 1), corner(-1, 1)}, mesh);
 }
 
+/// Memory below 2^31: all of a 32-bit process, some of any process on Windows.
+#if defined(_WIN32)
+constexpr bool kPointersLookLikeCounts = true;
+#else
+constexpr bool kPointersLookLikeCounts = sizeof(void*) == 4;
+#endif
+
 }  // namespace
+
+std::vector<std::ptrdiff_t> NeighbourOrder(const VertexArrays& arrays) {
+  std::vector<std::ptrdiff_t> order;
+  order.reserve(static_cast<std::size_t>(arrays.count));
+  std::vector<bool> taken(static_cast<std::size_t>(arrays.count), false);
+  for (const auto& [key, vertex] : SortedByKey(arrays, Extent(arrays))) {
+    order.push_back(vertex);
+    taken[static_cast<std::size_t>(vertex)] = true;
+  }
+  for (std::ptrdiff_t k = 0; k < arrays.count; ++k) {
+    if (!taken[static_cast<std::size_t>(k)]) order.push_back(k);
+  }
+  return order;
+}
 
 bool IsUsableVertex(const float* vertex) {
   return std::isfinite(vertex[0]) && std::isfinite(vertex[1]) && std::isfinite(vertex[2]) &&
@@ -170,13 +199,12 @@ Connectivity ReadConnectivity(const void* first, const void* second) {
   constexpr std::uintptr_t kCounts = std::uintptr_t{1} << 31;
   const auto a = reinterpret_cast<std::uintptr_t>(first), b = reinterpret_cast<std::uintptr_t>(second);
   if (a == 0 || b == 0) return {};
-  if constexpr (sizeof(void*) > 4) {
-    if (a >= kCounts && b < kCounts)
-      return {static_cast<std::ptrdiff_t>(b), static_cast<const unsigned*>(first)};
-    if (b < kCounts) return {};
-  }
-  if (a >= kCounts) return {};
-  return {static_cast<std::ptrdiff_t>(a), static_cast<const unsigned*>(second)};
+  const auto triangles = [](std::uintptr_t count, const void* indices) {
+    return Connectivity{static_cast<std::ptrdiff_t>(count), static_cast<const unsigned*>(indices)};
+  };
+  if (a < kCounts && (b >= kCounts || kPointersLookLikeCounts)) return triangles(a, second);
+  if (a >= kCounts && b < kCounts && sizeof(void*) > 4) return triangles(b, first);
+  return {};
 }
 
 OcclusionMesh MeshOfTriangles(const VertexArrays& arrays, const Connectivity& connectivity, float offset) {

@@ -13,8 +13,8 @@ struct Connectivity {
   const unsigned* indices = nullptr;
 };
 
-/// A number below 2^31 is the count, in either order; in 32-bit processes it is the first. Anything else is
-/// none.
+/// A number below 2^31 is the count, in either order; the first where both are such numbers and pointers can
+/// be. Anything else is none.
 Connectivity ReadConnectivity(const void* first, const void* second);
 
 struct VertexArrays {

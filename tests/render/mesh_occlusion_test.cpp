@@ -293,9 +293,9 @@ TEST(ComputeAmbientOcclusionData, ConnectivityInEitherOrder_IsUnderstood) {
   const Result expected = Generate(mesh);
   const Result estimate = Estimate(mesh);
   EXPECT_NE(expected.ao, estimate.ao);
-  if (sizeof(void*) > 4) {
-    EXPECT_EQ(Generate(mesh, mesh.triangles.data(), AsPointer(mesh.triangles.size() / 3)).ao, expected.ao);
-  }
+#if !defined(_WIN32)
+  EXPECT_EQ(Generate(mesh, mesh.triangles.data(), AsPointer(mesh.triangles.size() / 3)).ao, expected.ao);
+#endif
 }
 
 TEST(ComputeAmbientOcclusionData, AnythingElse_IsEstimatedWithoutBeingTouched) {
@@ -304,13 +304,12 @@ TEST(ComputeAmbientOcclusionData, AnythingElse_IsEstimatedWithoutBeingTouched) {
   const void* count = AsPointer(mesh.triangles.size() / 3);
   EXPECT_EQ(Generate(mesh, count, nullptr).ao, estimate.ao);
   EXPECT_EQ(Generate(mesh, nullptr, mesh.triangles.data()).ao, estimate.ao);
-  if (sizeof(void*) > 4) {
-    const void* wild =
-        AsPointer(static_cast<std::uintptr_t>(0xDEAD00000000ULL >> (sizeof(void*) > 4 ? 0 : 32)));
-    EXPECT_EQ(Generate(mesh, wild, wild).ao, estimate.ao);
-    EXPECT_EQ(Generate(mesh, count, count).ao, estimate.ao);
-    EXPECT_EQ(Generate(mesh, nullptr, wild).ao, estimate.ao);
-  }
+#if !defined(_WIN32)  // there a pointer may look like a count
+  const void* wild = AsPointer(0xDEAD00000000);
+  EXPECT_EQ(Generate(mesh, wild, wild).ao, estimate.ao);
+  EXPECT_EQ(Generate(mesh, count, count).ao, estimate.ao);
+  EXPECT_EQ(Generate(mesh, nullptr, wild).ao, estimate.ao);
+#endif
   for (const unsigned bad : {static_cast<unsigned>(mesh.Count()), 0xFFFFFFFFU}) {
     mesh.triangles.back() = bad;
     EXPECT_EQ(Generate(mesh).ao, estimate.ao);
