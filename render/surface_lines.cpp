@@ -37,17 +37,22 @@ unsigned QV_CALL RenderSilhouetteLines(const float* h, int width, int height, in
                                        float zScale, float xOffset, float yOffset, float xSize, float ySize) {
   if (width < 1 || height < 1 || colStep < 1 || rowStep < 1) return 0;
   const Frame place(width, height, xOffset, yOffset, xSize, ySize, Heights{h, zScale});
-  const auto line = [&](std::ptrdiff_t column, std::ptrdiff_t row) {
-    place({column, row, row * width + column});
-  };
-  ForEachColumn(height, rowStep, [&](std::ptrdiff_t row) {
+  const std::ptrdiff_t rowLength = width;
+  ForEachColumn(height, rowStep, [=](std::ptrdiff_t row) {
+    const float y = place.Y(row);
+    const float* samples = h + row * rowLength;
     glBegin(GL_LINE_STRIP);
-    ForEachColumn(width, colStep, [&](std::ptrdiff_t column) { line(column, row); });
+    ForEachColumn(rowLength, colStep,
+                  [=](std::ptrdiff_t column) { glVertex3f(place.X(column), y, zScale * samples[column]); });
     glEnd();
   });
-  ForEachColumn(width, colStep, [&](std::ptrdiff_t column) {
+  ForEachColumn(rowLength, colStep, [=](std::ptrdiff_t column) {
+    const float x = place.X(column);
+    const float* samples = h + column;
     glBegin(GL_LINE_STRIP);
-    ForEachColumn(height, rowStep, [&](std::ptrdiff_t row) { line(column, row); });
+    ForEachColumn(height, rowStep, [=](std::ptrdiff_t row) {
+      glVertex3f(x, place.Y(row), zScale * samples[row * rowLength]);
+    });
     glEnd();
   });
   return 0;

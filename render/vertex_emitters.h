@@ -110,11 +110,10 @@ struct Frame {
         xOffset(xShift),
         yOffset(yShift),
         elevation(z) {}
+  float X(std::ptrdiff_t column) const { return static_cast<float>(column) * dx + xOffset; }
   /// The y offset is subtracted: kept, hosts rely on it.
-  void operator()(const Sample& s) const {
-    glVertex3f(static_cast<float>(s.column) * dx + xOffset, static_cast<float>(s.row) * dy - yOffset,
-               elevation(s));
-  }
+  float Y(std::ptrdiff_t row) const { return static_cast<float>(row) * dy - yOffset; }
+  void operator()(const Sample& s) const { glVertex3f(X(s.column), Y(s.row), elevation(s)); }
 
  private:
   float dx, dy, xOffset, yOffset;
