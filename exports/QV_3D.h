@@ -229,9 +229,10 @@ QV_API int QV_CALL CropSurface(const void* source, void* destination, int firstC
  * binary. Facet normals and attribute words are ignored. Numbers are read with a decimal point whatever the
  * locale. The announced count is not trusted: the triangles that are there are kept. Returns 0. Ends the
  * process (exit status -1) after "Failed to open or recognise the STL file\n" when the file cannot be opened,
- * is empty or is binary and shorter than its 80-byte header, and after "Failed to read any triangles\n" when
- * it holds none. A truncated or malformed record prints a "ReadSTL - ..." line on the standard error stream
- * and reading stops with the triangles so far. A mesh still loaded from an earlier call is replaced. */
+ * is empty, is binary and shorter than its 80-byte header or does not fit into memory, and after "Failed to
+ * read any triangles\n" when it holds none. A truncated or malformed record prints a "ReadSTL - ..." line on
+ * the standard error stream and reading stops with the triangles so far. A mesh still loaded from an earlier
+ * call is replaced. */
 QV_API unsigned QV_CALL ParseSTLFile(const char* fileName, float* minX, float* maxX, float* minY, float* maxY,
                                      float* minZ, float* maxZ, int* triangleCount);
 
@@ -245,9 +246,10 @@ QV_API unsigned QV_CALL CleanUpSTL(void);
  * first triangle (in file order, pieces made by the refinement of long edges after the whole ones) that
  * covers it in x-y, -1e10 where none does, and 0.0 where that triangle's doubled area in x-y is 1e-6 or less:
  * scale meshes of tiny units up first. nx or ny of 0: all missing; negative: nothing written. Returns 1 when
- * memory runs out or no mesh is loaded. Ends the process (exit status -1) after "Bad cell index - shouldn't
- * happen\n" when the mesh has fewer than 200 triangles, no extent in x or in y, or an x or y that is not
- * finite. */
+ * no mesh is loaded, when memory runs out, and when the refinement would make more triangles than an int
+ * counts (a mesh very long against its width, or one whose coordinates have no digits left for halving its
+ * edges). Ends the process (exit status -1) after "Bad cell index - shouldn't happen\n" when the mesh has
+ * fewer than 200 triangles, no extent in x or in y, or an x or y that is not finite. */
 QV_API unsigned QV_CALL ConvertSTLFile(int nx, int ny, float xOffset, float yOffset, float xSize, float ySize,
                                        float* heights);
 
@@ -287,7 +289,7 @@ QV_API unsigned QV_CALL IsExtensionSupported(const char* names);
  * order. Sample (i, j) lies at x = i*xSize/(width-1) + xOffset, y = j*ySize/(height-1) - yOffset, z = the raw
  * height; the offsets do not influence normals. Each normal is the normalised sum of the unit normals of the
  * triangles that the sample makes with adjacent neighbours inside the grid. All return 0. A grid of width or
- * height 1 gives (0, 0, 0). Any thread. Not checked: pointers.
+ * height 1 gives (0, 0, 0), one below 1 writes nothing. Any thread. Not checked: pointers.
  * ==================================================================================================== */
 
 /* Double samples, 4 neighbours, unit frame (xSize = ySize = 1). No sample counts as missing. */

@@ -45,6 +45,8 @@ class Composer {
         layout_(options.width, options.height, HasBar()),
         image_(options.width, options.height, kPaper) {}
 
+  bool HasFont() const { return font_.IsAvailable(); }
+
   Image Compose() {
     if (options_.style == Style::kMap) {
       ComposeMap();
@@ -235,7 +237,9 @@ Picture DrawPicture(const OffscreenContext& context, const HeightMap& map, const
     throw Failure(ExitCode::kNotComputable, "every sample is missing: there is nothing to draw");
   }
   const Surface surface = PrepareSurface(map, options.zScale, options.style);
-  return {Composer(context, surface, options).Compose(), surface.zScale};
+  Composer composer(context, surface, options);
+  const bool hasText = composer.HasFont();
+  return {composer.Compose(), surface.zScale, hasText};
 }
 
 }  // namespace qv3d

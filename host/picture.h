@@ -20,11 +20,15 @@ struct PictureOptions {
   std::string unit = "mm";
 };
 
-/// The picture, and the exaggeration that was used.
 struct Picture {
   Image image;
-  double zScale;
+  double zScale;  ///< the exaggeration that was used
+  bool hasText;   ///< false where there is no font to write with
 };
+
+/// Tells the user what is missing from a picture without text.
+inline constexpr const char* kNoTextWarning =
+    "qv3d: warning: pictures are without titles and scales; install fonts-dejavu-core.\n";
 
 /// Throws Failure (not computable) where every sample is missing.
 Picture DrawPicture(const OffscreenContext& context, const HeightMap& map, const PictureOptions& options);

@@ -9,6 +9,7 @@ namespace {
 
 constexpr double kPatienceOnTerminal = 0.3;
 constexpr double kPatienceInLog = 1.0;
+constexpr std::chrono::milliseconds kRefresh{100};
 
 }  // namespace
 
@@ -23,8 +24,10 @@ void Progress::Phase(const std::string& name) {
 
 void Progress::Tick() {
   if (quiet_ || name_.empty()) return;
-  const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
-  if (terminal_ && seconds >= kPatienceOnTerminal) {
+  const Clock::time_point now = Clock::now();
+  const double seconds = std::chrono::duration<double>(now - start_).count();
+  if (terminal_ && seconds >= kPatienceOnTerminal && now - shownAt_ >= kRefresh) {
+    shownAt_ = now;
     fmt::print(stderr, "\r\033[K{} ... {:.1f} s", name_, seconds);
     std::fflush(stderr);
     shown_ = true;

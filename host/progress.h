@@ -27,6 +27,7 @@ class Progress {
   bool shown_ = false;
   std::string name_;
   Clock::time_point start_ = Clock::now();
+  Clock::time_point shownAt_{};
 };
 
 }  // namespace qv3d

@@ -70,7 +70,7 @@ struct Font::Face {
 Font::Font() : face_(std::make_unique<Face>()) {}
 Font::~Font() = default;
 
-bool Font::isAvailable() const {
+bool Font::IsAvailable() const {
   return face_->face != nullptr;
 }
 

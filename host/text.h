@@ -12,13 +12,13 @@ enum class Align { kLeft, kCentre, kRight };
 
 class Font {
  public:
-  /// Where the font is not installed, nothing is drawn and isAvailable() is false.
+  /// Where the font is not installed, nothing is drawn and IsAvailable() is false.
   Font();
   ~Font();
   Font(const Font&) = delete;
   Font& operator=(const Font&) = delete;
 
-  bool isAvailable() const;
+  bool IsAvailable() const;
   /// Draws UTF-8 text of `size` pixels; (x, y) is the left end, middle or right end of its base line.
   void Draw(Image& image, int x, int y, const std::string& text, int size, Colour colour,
             Align align = Align::kLeft);

@@ -19,8 +19,17 @@ bool GridAxis::Place(float first, float last, int intervals, const CellAxis& cel
   guessOrigin_ = positions_[0];
   guessScale_ = length == 0 ? 0.0 : intervals / std::abs(length);
   guessLimit_ = static_cast<double>(count);
+  isEven_ = IsEven();
   // An end that is not finite leaves no sample in a cell (and perhaps no order among them).
   if (std::isfinite(first) && std::isfinite(last)) FindCells();
+  return true;
+}
+
+bool GridAxis::IsEven() const {
+  for (std::size_t k = 0; k < positions_.size(); ++k) {
+    const double found = (positions_[k] - guessOrigin_) * guessScale_;
+    if (!(std::abs(found - static_cast<double>(k)) <= kMostUneven)) return false;
+  }
   return true;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <limits>
 
 #include "mesh/cell_grid.h"
 #include "mesh/growing_array.h"
@@ -32,12 +34,30 @@ class GridAxis {
   std::ptrdiff_t begin() const { return cellBegin_[0]; }
   std::ptrdiff_t end() const { return end_; }
 
+  struct Range {
+    std::ptrdiff_t begin, end;
+  };
+
+  /// A range with all samples in cells from `low` to `high`, and perhaps another at either end.
+  Range Between(double low, double high) const {
+    if (!isEven_)
+      return {FirstFrom(low), FirstFrom(std::nextafter(high, std::numeric_limits<double>::infinity()))};
+    // Without a branch: how many samples lie between two positions surprises the processor every time.
+    const double first = (low - guessOrigin_) * guessScale_ + (1 - 2 * kMostUneven);
+    const double last = (high - guessOrigin_) * guessScale_ + (1 + 2 * kMostUneven);
+    const auto index = [this](double value) {
+      return std::clamp(static_cast<std::ptrdiff_t>(std::min(std::max(value, 0.0), guessLimit_)), begin(),
+                        end_);
+    };
+    return {index(first), index(last)};
+  }
+
   /// The first sample in a cell that is not below `position`, or end().
   std::ptrdiff_t FirstFrom(double position) const {
     const double guess = (position - guessOrigin_) * guessScale_;
-    std::ptrdiff_t k = !(guess > 0) ? 0 : guess < guessLimit_ ? static_cast<std::ptrdiff_t>(guess) : end_;
+    std::ptrdiff_t k = !(guess > 0) ? 0 : guess < guessLimit_ ? static_cast<std::ptrdiff_t>(guess) + 1 : end_;
     k = std::clamp(k, begin(), end_);
-    // The guess is off by one or two, unless positions repeat because floats have no more digits.
+    // The guess is right or off by one, unless positions repeat because floats have no more digits.
     for (int step = 0; step < 4; ++step) {
       if (k < end_ && (*this)[k] < position) {
         ++k;
@@ -52,7 +72,12 @@ class GridAxis {
   }
 
  private:
+  /// How far from where they would be without rounding samples may lie, in intervals, to be found by
+  /// arithmetic.
+  static constexpr double kMostUneven = 0.01;
+
   void FindCells();
+  bool IsEven() const;
 
   GrowingArray<float> positions_;
   CellAxis cells_{};
@@ -63,6 +88,7 @@ class GridAxis {
   double guessOrigin_ = 0;
   double guessScale_ = 0;
   double guessLimit_ = 0;
+  bool isEven_ = false;
 };
 
 }  // namespace qv::mesh

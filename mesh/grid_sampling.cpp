@@ -86,15 +86,14 @@ class Sampler {
   /// An ordinary triangle: the samples of its bounding box.
   void DrawBox(const Triangle& t, const Footprint& f) {
     constexpr double kMargin = 0x1p-17;
-    const double xEnd = f.xHigh + kMargin * f.width, yEnd = f.yHigh + kMargin * f.height;
-    const std::ptrdiff_t firstColumn = columns_.FirstFrom(f.xLow - kMargin * f.width);
-    if (firstColumn == columns_.end() || columns_[firstColumn] > xEnd) return;
-    std::ptrdiff_t row = rows_.FirstFrom(f.yLow - kMargin * f.height);
-    for (; row < rows_.end() && rows_[row] <= yEnd; ++row) {
-      for (std::ptrdiff_t k = firstColumn; k < columns_.end() && columns_[k] <= xEnd; ++k) {
-        if (IsDone(k, row) || !Contains(t, k, row)) continue;
-        if (!IsInBox(f, k, row) && !IsInCells(f, k, row)) continue;
-        Give(t, k, row);
+    const double xMargin = kMargin * f.width, yMargin = kMargin * f.height;
+    const GridAxis::Range columns = columns_.Between(f.xLow - xMargin, f.xHigh + xMargin);
+    const GridAxis::Range rows = rows_.Between(f.yLow - yMargin, f.yHigh + yMargin);
+    for (std::ptrdiff_t row = rows.begin; row < rows.end; ++row) {
+      for (std::ptrdiff_t column = columns.begin; column < columns.end; ++column) {
+        // Both, and then one branch.
+        const int isNew = static_cast<int>(!IsDone(column, row)) & static_cast<int>(Contains(t, column, row));
+        if (isNew != 0 && (IsInBox(f, column, row) || IsInCells(f, column, row))) Give(t, column, row);
       }
     }
   }

@@ -8,6 +8,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "platform/large_pages.h"
+
 namespace qv::mesh {
 
 template <class T>
@@ -69,6 +71,7 @@ class GrowingArray {
     if (count > kMaximum) return false;
     void* moved = std::realloc(items_, count * sizeof(T));
     if (moved == nullptr) return false;
+    platform::PreferLargePages(moved, count * sizeof(T));
     items_ = static_cast<T*>(moved);
     capacity_ = count;
     return true;

@@ -61,7 +61,8 @@ inline Digits ScanDigits(const char* text, std::uint64_t value) {
       text += 8;
       continue;
     }
-    if (count > 0) value = value * kWholePowers[count] + JoinEightDigits(characters << (8 * (8 - count)));
+    // In two steps: with no digit all eight characters are shifted out.
+    value = value * kWholePowers[count] + JoinEightDigits(characters << (8 * (7 - count)) << 8);
     return {text + count, value};
   }
 }
@@ -84,23 +85,22 @@ Exponent ScanExponent(const char* text) {
   return {text, text > first, negative ? -value : value};
 }
 
-struct PowersOfTen {
-  double power[38];
-};
-constexpr PowersOfTen kPowers = {{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
-                                  1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19,
-                                  1e20, 1e21, 1e22, 1e23, 1e24, 1e25, 1e26, 1e27, 1e28, 1e29,
-                                  1e30, 1e31, 1e32, 1e33, 1e34, 1e35, 1e36, 1e37}};
+constexpr std::int64_t kLargestPower = 37;
+constexpr double kPowers[2 * kLargestPower + 1] = {
+    1e-37, 1e-36, 1e-35, 1e-34, 1e-33, 1e-32, 1e-31, 1e-30, 1e-29, 1e-28, 1e-27, 1e-26, 1e-25, 1e-24, 1e-23,
+    1e-22, 1e-21, 1e-20, 1e-19, 1e-18, 1e-17, 1e-16, 1e-15, 1e-14, 1e-13, 1e-12, 1e-11, 1e-10, 1e-9,  1e-8,
+    1e-7,  1e-6,  1e-5,  1e-4,  1e-3,  1e-2,  1e-1,  1e0,   1e1,   1e2,   1e3,   1e4,   1e5,   1e6,   1e7,
+    1e8,   1e9,   1e10,  1e11,  1e12,  1e13,  1e14,  1e15,  1e16,  1e17,  1e18,  1e19,  1e20,  1e21,  1e22,
+    1e23,  1e24,  1e25,  1e26,  1e27,  1e28,  1e29,  1e30,  1e31,  1e32,  1e33,  1e34,  1e35,  1e36,  1e37};
 
 /// mantissa * 10^exponent as the nearest float, if that can be had from a few roundings in double: the
 /// conversion of the mantissa, the power and the product are each off by half a unit in the last place of a
 /// double at most, less than three units together. Unless that reaches across the middle between two floats,
 /// rounding to float gives what rounding the exact value would.
 inline bool RoundToFloat(std::uint64_t mantissa, std::int64_t exponent, float* value) {
-  constexpr std::int64_t kLargest = std::size(kPowers.power) - 1;
-  if (exponent < -kLargest || exponent > kLargest) return false;
-  const auto whole = static_cast<double>(static_cast<std::int64_t>(mantissa));
-  const double product = exponent < 0 ? whole / kPowers.power[-exponent] : whole * kPowers.power[exponent];
+  if (exponent < -kLargestPower || exponent > kLargestPower) return false;
+  const double product =
+      static_cast<double>(static_cast<std::int64_t>(mantissa)) * kPowers[exponent + kLargestPower];
   if (!(product > std::numeric_limits<float>::min() && product < 3e38)) return false;
 
   constexpr std::int64_t kDropped = 1 << 29, kMiddle = kDropped / 2, kDoubt = 8;
@@ -143,29 +143,19 @@ float ConvertExactly(const char* first, const char* mantissaEnd, const char* las
 }
 
 ScannedNumber ScanDecimal(const char* text) {
-  const Digits whole = ScanDigits(text, 0);
-  Digits all = whole;
-  std::int64_t fractionLength = 0;
-  std::int64_t length = whole.end - text;
-  if (*whole.end == '.') {
-    const char* fraction = whole.end + 1;
-    all = ScanDigits(fraction, whole.value);
-    fractionLength = all.end - fraction;
-    length += fractionLength;
+  const char* end = ScanDigits(text, 0).end;
+  std::ptrdiff_t length = end - text;
+  if (*end == '.') {
+    const char* fraction = end + 1;
+    end = ScanDigits(fraction, 0).end;
+    length += end - fraction;
   }
-  if (length == 0) return {all.end, false, 0};
-
-  Exponent exponent{all.end, true, 0};
-  if (*all.end == 'e' || *all.end == 'E') exponent = ScanExponent(all.end + 1);
-  if (!exponent.complete) return {exponent.end, false, 0};
-
-  float value = 0;
-  const bool isZero = length <= kExactDigits && all.value == 0;
-  if (!isZero &&
-      !(length <= kExactDigits && RoundToFloat(all.value, exponent.value - fractionLength, &value))) {
-    value = ConvertExactly(text, all.end, exponent.end, std::chars_format::general, exponent.value);
-  }
-  return {exponent.end, true, value};
+  if (length == 0) return {end, 0, false};
+  Exponent exponent{end, true, 0};
+  if (ToLower(*end) == 'e') exponent = ScanExponent(end + 1);
+  if (!exponent.complete) return {exponent.end, 0, false};
+  return {exponent.end, ConvertExactly(text, end, exponent.end, std::chars_format::general, exponent.value),
+          true};
 }
 
 /// `text` is behind "0x".
@@ -177,12 +167,12 @@ ScannedNumber ScanHexadecimal(const char* text) {
     ++end;
     for (; IsHexDigit(*end); ++end) length = 1;
   }
-  if (length == 0) return {end, false, 0};
+  if (length == 0) return {end, 0, false};
   Exponent exponent{end, true, 0};
   if (ToLower(*end) == 'p') exponent = ScanExponent(end + 1);
-  if (!exponent.complete) return {exponent.end, false, 0};
-  return {exponent.end, true,
-          ConvertExactly(text, end, exponent.end, std::chars_format::hex, exponent.value)};
+  if (!exponent.complete) return {exponent.end, 0, false};
+  return {exponent.end, ConvertExactly(text, end, exponent.end, std::chars_format::hex, exponent.value),
+          true};
 }
 
 /// Behind the characters of `word` (lower case) that `text` has in either case.
@@ -196,37 +186,73 @@ const char* Follow(const char* text, const char* word) {
 
 ScannedNumber ScanInfinity(const char* text) {
   const char* end = Follow(text, "infinity");
-  return {end, end - text == 3 || end - text == 8, std::numeric_limits<float>::infinity()};
+  return {end, std::numeric_limits<float>::infinity(), end - text == 3 || end - text == 8};
 }
 
 ScannedNumber ScanNan(const char* text) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const char* end = Follow(text, "nan");
-  if (end - text < 3 || *end != '(') return {end, end - text == 3, nan};
+  if (end - text < 3 || *end != '(') return {end, nan, end - text == 3};
   ++end;
   while (IsDigit(*end) || IsLetter(*end) || *end == '_') ++end;
-  if (*end != ')') return {end, false, 0};
-  return {end + 1, true, nan};
+  if (*end != ')') return {end, 0, false};
+  return {end + 1, nan, true};
 }
 
-}  // namespace
-
-ScannedNumber ScanNumber(const char* text) {
+/// All that a number can be, as carefully as need be.
+[[gnu::noinline]] ScannedNumber ScanAnyNumber(const char* text) {
   const bool negative = *text == '-';
   if (*text == '-' || *text == '+') ++text;
 
   ScannedNumber number;
-  if (*text == '0' && ToLower(text[1]) == 'x') {
-    number = ScanHexadecimal(text + 2);
-  } else if (ToLower(*text) == 'i') {
+  const char first = ToLower(*text);
+  if (first == 'i') {
     number = ScanInfinity(text);
-  } else if (ToLower(*text) == 'n') {
+  } else if (first == 'n') {
     number = ScanNan(text);
+  } else if (first == '0' && ToLower(text[1]) == 'x') {
+    number = ScanHexadecimal(text + 2);
   } else {
     number = ScanDecimal(text);
   }
   if (negative) number.value = -number.value;
   return number;
+}
+
+float WithSign(float value, bool negative) {
+  return std::bit_cast<float>(std::bit_cast<std::uint32_t>(value) ^
+                              (static_cast<std::uint32_t>(negative) << 31));
+}
+
+}  // namespace
+
+// The decimals that files are full of. Anything else, or anything in doubt, is scanned again from its start.
+// Signs are as good as random: no branches on them.
+ScannedNumber ScanNumber(const char* text) {
+  const bool negative = *text == '-';
+  const char* first = text + (static_cast<int>(negative) | static_cast<int>(*text == '+'));
+
+  // Most often there is one digit before the point.
+  Digits digits = IsDigit(*first) && first[1] == '.'
+                      ? Digits{first + 1, static_cast<std::uint64_t>(*first - '0')}
+                      : ScanDigits(first, 0);
+  std::ptrdiff_t length = digits.end - first;
+  std::int64_t scale = 0;
+  if (*digits.end == '.') {
+    const char* fraction = digits.end + 1;
+    digits = ScanDigits(fraction, digits.value);
+    scale = fraction - digits.end;
+    length -= scale;
+  }
+  Exponent exponent{digits.end, true, 0};
+  const char after = ToLower(*digits.end);
+  if (after == 'e') exponent = ScanExponent(digits.end + 1);
+  if (length == 0 || length > kExactDigits || after == 'x' || !exponent.complete) return ScanAnyNumber(text);
+
+  float value = 0;
+  if (digits.value != 0 && !RoundToFloat(digits.value, exponent.value + scale, &value))
+    return ScanAnyNumber(text);
+  return {exponent.end, WithSign(value, negative), true};
 }
 
 }  // namespace qv::mesh

@@ -5,8 +5,8 @@ namespace qv::mesh {
 
 struct ScannedNumber {
   const char* end;  ///< behind the last character looked upon as part of the number
-  bool isNumber;    ///< whether the characters up to `end` are a number
   float value;
+  bool isNumber;  ///< whether the characters up to `end` are a number
 };
 
 /// Scans the longest run of characters that is a number or the beginning of one: decimal or hexadecimal with

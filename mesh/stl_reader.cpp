@@ -22,6 +22,15 @@ using Triangles = GrowingArray<Triangle>;
 
 constexpr int kUnreadable = -1;
 
+/// What a seekable file has from its present position; 0 for others.
+std::size_t RemainingBytes(std::FILE* file) {
+  const long here = std::ftell(file);
+  if (here < 0 || std::fseek(file, 0, SEEK_END) != 0) return 0;
+  const long end = std::ftell(file);
+  std::fseek(file, here, SEEK_SET);
+  return end > here ? static_cast<std::size_t>(end - here) : 0;
+}
+
 /// A file is text when it begins with "solid" in any letter case, also where it is a binary file whose header
 /// does.
 bool LooksLikeText(BlockReader& reader) {
@@ -71,7 +80,7 @@ bool TakeCutRecord(BlockReader& reader, Triangles* triangles) {
   return triangles->Append(last);
 }
 
-int ReadBinary(BlockReader& reader, Triangles* triangles) {
+int ReadBinary(BlockReader& reader, std::size_t fileBytes, Triangles* triangles) {
   if (stl.Verbose != 0) Print("Attempting to read a binary STL file\n");
   if (!reader.Have(kHeaderBytes)) {
     Print("ReadSTL - Error reading binary file header\n");
@@ -82,10 +91,10 @@ int ReadBinary(BlockReader& reader, Triangles* triangles) {
   if (stl.Verbose != 0) Print("Expecting %d triangles\n", announced);
   if (announced < 1) return 0;
 
-  // The announced number may be a lie: storage beyond a first reservation grows with what is really there.
+  // The announced number may be a lie, and so may the size: storage grows with what is really there. But the
+  // smaller of the two is most often true, and then the array need not move.
   const auto expected = static_cast<std::size_t>(announced);
-  constexpr std::size_t kFirstReservation = 65536;
-  if (!triangles->Reserve(std::min(expected, kFirstReservation))) return kUnreadable;
+  static_cast<void>(triangles->Reserve(std::min(expected, fileBytes / kRecordBytes + 1)));
   while (triangles->size() < expected) {
     if (reader.Have(kRecordBytes)) {
       if (!TakeWholeRecords(reader, expected - triangles->size(), triangles)) return kUnreadable;
@@ -106,7 +115,10 @@ struct PendingFacet {
 };
 
 bool ReadVertex(TextScanner& scanner, Vertex* vertex) {
-  return scanner.NextNumber(&vertex->x) && scanner.NextNumber(&vertex->y) && scanner.NextNumber(&vertex->z);
+  float coordinates[3];
+  if (!scanner.NextNumbers(coordinates, 3)) return false;
+  *vertex = {coordinates[0], coordinates[1], coordinates[2]};
+  return true;
 }
 
 /// A facet is committed by the "endfacet" or "facet" that follows it, if it has three vertices by then.
@@ -141,9 +153,12 @@ int ReadText(BlockReader& reader, Triangles* triangles) {
   return static_cast<int>(triangles->size());
 }
 
-int ReadAny(BlockReader& reader, Triangles* triangles) {
+int ReadAny(std::FILE* file, Triangles* triangles) {
+  const std::size_t fileBytes = RemainingBytes(file);
+  BlockReader reader(file);
   if (!reader.Have(1)) return kUnreadable;
-  const int count = LooksLikeText(reader) ? ReadText(reader, triangles) : ReadBinary(reader, triangles);
+  const int count =
+      LooksLikeText(reader) ? ReadText(reader, triangles) : ReadBinary(reader, fileBytes, triangles);
   return reader.OutOfMemory() ? kUnreadable : count;
 }
 
@@ -161,8 +176,7 @@ void ReportBounds(const MeshBounds& bounds) {
 
 int ReadSTL(std::FILE* file) {
   stl.StlTriangles = {};
-  BlockReader reader(file);
-  const int count = ReadAny(reader, &stl.StlTriangles);
+  const int count = ReadAny(file, &stl.StlTriangles);
   if (count < 1) stl.StlTriangles = {};
   return count;
 }

@@ -20,6 +20,17 @@ std::uint64_t LoadEight(const char* text) {
   return characters;
 }
 
+/// The first character at or behind `text` that is no white space; a NUL is none.
+const char* FindWord(const char* text) {
+  for (;;) {
+    if (!IsSpace(*text)) return text;
+    ++text;
+    // Indentation is mostly blanks.
+    const std::uint64_t others = LoadEight(text) ^ 0x2020202020202020U;
+    text += others == 0 ? 8 : std::countr_zero(others) / 8;
+  }
+}
+
 /// The bit that tells small letters from capitals, in the first `length` of eight characters.
 constexpr std::uint64_t CaseBits(int length) {
   return 0x2020202020202020U >> (8 * (8 - length));
@@ -33,6 +44,11 @@ bool IsKeyword(const char* text, const char* keyword, int length) {
   const std::uint64_t found = (LoadEight(text) << (8 * (8 - length))) >> (8 * (8 - length));
   return (found | CaseBits(length)) == expected && (IsSpace(text[length]) || text[length] == '\0');
 }
+
+constexpr int kLongestKeyword = 8;
+
+/// Characters of each Word that are no white space for sure.
+constexpr int kWordLength[] = {0, 5, 8, 6, 1};
 
 TextScanner::Word Classify(const char* text) {
   switch (*text | 0x20) {
@@ -49,6 +65,7 @@ TextScanner::Word Classify(const char* text) {
 
 /// The first white space at or behind `text`, or `end`.
 const char* FindSpace(const char* text, const char* end) {
+  if (IsSpace(*text)) return text;
   for (;;) {
     // Characters up to ' ' have a borrow or the high bit in (c - 0x21) & ~c. Later bytes may be found
     // wrongly, never the first one.
@@ -69,8 +86,7 @@ const char* FindSpace(const char* text, const char* end) {
 
 bool TextScanner::SkipSpace() {
   for (;;) {
-    const char* text = reader_.Cursor();
-    while (IsSpace(*text)) ++text;
+    const char* text = FindWord(reader_.Cursor());
     reader_.ConsumeTo(text);
     if (text != reader_.End()) return true;
     if (!reader_.ReadMore()) return false;
@@ -85,8 +101,24 @@ void TextScanner::SkipWord() {
   }
 }
 
+// The two functions that do the work keep the position in a register while they can, for everything waits for
+// it. The end of what has been read is left to slower ones.
+
 TextScanner::Word TextScanner::NextWord() {
-  constexpr std::size_t kLongestKeyword = 8;
+  const char* text = FindWord(reader_.Cursor());
+  const char* end = reader_.End();
+  if (end - text <= kLongestKeyword) {
+    reader_.ConsumeTo(text);
+    return NextWordNearEnd();
+  }
+  const Word word = Classify(text);
+  text = FindSpace(text + kWordLength[static_cast<int>(word)], end);
+  reader_.ConsumeTo(text);
+  if (text == end) SkipWord();
+  return word;
+}
+
+TextScanner::Word TextScanner::NextWordNearEnd() {
   if (!SkipSpace()) return Word::kNone;
   reader_.Have(kLongestKeyword + 1);  // less at the end of the file, and then zeros follow
   const Word word = Classify(reader_.Cursor());
@@ -94,11 +126,35 @@ TextScanner::Word TextScanner::NextWord() {
   return word;
 }
 
-bool TextScanner::NextNumber(float* value) {
-  if (!SkipSpace()) return false;
+bool TextScanner::NextNumbers(float* values, int count) {
+  const char* text = reader_.Cursor();
+  const char* end = reader_.End();
+  for (int i = 0; i < count; ++i) {
+    text = FindWord(text);
+    const ScannedNumber number = ScanNumber(text);
+    if (number.end == end) {
+      // What ends with the data read so far may go on behind them.
+      reader_.ConsumeTo(text);
+      if (!NextNumberNearEnd(values + i)) return false;
+      text = reader_.Cursor();
+      end = reader_.End();
+      continue;
+    }
+    text = number.end;
+    values[i] = number.value;
+    if (!number.isNumber) {
+      reader_.ConsumeTo(text);
+      return false;
+    }
+  }
+  reader_.ConsumeTo(text);
+  return true;
+}
+
+bool TextScanner::NextNumberNearEnd(float* value) {
   for (;;) {
+    if (!SkipSpace()) return false;
     const ScannedNumber number = ScanNumber(reader_.Cursor());
-    // What ends with the data read so far may go on behind them.
     if (number.end == reader_.End() && reader_.ReadMore()) continue;
     reader_.ConsumeTo(number.end);
     *value = number.value;

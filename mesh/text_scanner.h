@@ -15,13 +15,15 @@ class TextScanner {
   /// comparison at an embedded NUL, as C strings do. kNone at the end of the file.
   Word NextWord();
 
-  /// Consumes the next number, which need not be followed by white space. False when there is none; what was
-  /// looked at is then consumed all the same.
-  bool NextNumber(float* value);
+  /// Consumes the next numbers, which need not be followed by white space. False when one of them is none;
+  /// what was looked at is then consumed all the same.
+  bool NextNumbers(float* values, int count);
 
  private:
   bool SkipSpace();
   void SkipWord();
+  Word NextWordNearEnd();
+  bool NextNumberNearEnd(float* value);
 
   BlockReader& reader_;
 };

@@ -34,7 +34,10 @@ inline bool PointInTriangle(const Point& p, const Triangle& t) {
   const int ab = SideOfEdge(p, t.a, t.b);
   const int bc = SideOfEdge(p, t.b, t.c);
   const int ca = SideOfEdge(p, t.c, t.a);
-  return !((ab < 0 || bc < 0 || ca < 0) && (ab > 0 || bc > 0 || ca > 0));
+  // The set of the three results, without a branch: whichever it is comes as a surprise to the processor.
+  const unsigned found = (1U << (ab + 1)) | (1U << (bc + 1)) | (1U << (ca + 1));
+  constexpr unsigned kBothSides = 1U << 0 | 1U << 2;
+  return (found & kBothSides) != kBothSides;
 }
 
 /// Twice the signed area in x-y.

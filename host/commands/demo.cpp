@@ -52,6 +52,7 @@ ImportOptions ImportOf(const DemoOptions& options) {
 std::vector<ReportPicture> DrawViews(const DemoOptions& options, const HeightMap& map, Progress& progress) {
   const std::unique_ptr<OffscreenContext> context = OffscreenContext::Create(options.backend);
   std::vector<ReportPicture> pictures;
+  bool hasText = true;
   for (const View& view : kViews) {
     progress.Phase(fmt::format("drawing {}", view.file));
     PictureOptions wanted;
@@ -59,11 +60,14 @@ std::vector<ReportPicture> DrawViews(const DemoOptions& options, const HeightMap
     wanted.angles = view.angles;
     wanted.title = fmt::format("Sample part: {}", view.title);
     wanted.unit = kUnit;
-    pictures.push_back(
-        {view.title, view.caption, view.file, EncodePng(DrawPicture(*context, map, wanted).image)});
+    const Picture picture = DrawPicture(*context, map, wanted);
+    hasText = picture.hasText;
+    pictures.push_back({view.title, view.caption, view.file, EncodePng(picture.image)});
     WriteWholeFile(options.folder / view.file, pictures.back().png);
     progress.Tick();
   }
+  progress.Finish();
+  if (!hasText) fmt::print(stderr, kNoTextWarning);
   return pictures;
 }
 

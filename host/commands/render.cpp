@@ -20,6 +20,7 @@ void RunRender(const RenderOptions& options) {
   progress.Phase("writing the picture");
   WritePng(options.output, picture.image);
   progress.Finish();
+  if (!picture.hasText) fmt::print(stderr, kNoTextWarning);
   if (options.import.json) {
     const Json json = {{"file", options.import.file.string()},
                        {"unit", options.import.unit},

@@ -15,6 +15,21 @@ float PositionOf(float first, float last, int i, int intervals) {
   return static_cast<float>(first + (static_cast<double>(last) - first) * i / intervals);
 }
 
+/// All samples between the positions, and not many more.
+void ExpectRange(const GridAxis& axis, double low, double high) {
+  const GridAxis::Range range = axis.Between(low, high);
+  std::ptrdiff_t inside = 0;
+  for (std::ptrdiff_t k = axis.begin(); k < axis.end(); ++k) {
+    if (axis[k] < low || axis[k] > high) continue;
+    ++inside;
+    EXPECT_GE(k, range.begin);
+    EXPECT_LT(k, range.end);
+  }
+  EXPECT_GE(range.begin, axis.begin());
+  EXPECT_LE(range.end, axis.end());
+  EXPECT_LE(range.end - range.begin, inside + 2);
+}
+
 void ExpectConsistent(const GridAxis& axis, float first, float last, int intervals, const CellAxis& cells,
                       Random& random) {
   const auto count = static_cast<std::ptrdiff_t>(axis.size());
@@ -38,6 +53,8 @@ void ExpectConsistent(const GridAxis& axis, float first, float last, int interva
     std::ptrdiff_t expected = axis.begin();
     while (expected < axis.end() && axis[expected] < position) ++expected;
     EXPECT_EQ(axis.FirstFrom(position), expected);
+    ExpectRange(axis, position, position + random.Between(0.0, 0.3 * spread));
+    ExpectRange(axis, position, position);
   }
 }
 

@@ -293,9 +293,10 @@ TEST(ParseSTLFile_Text, ControlCharacters_SeparateOnlyWhereTheyAreWhiteSpace) {
 }
 
 TEST(ParseSTLFile_Text, EmbeddedNul_EndsKeywordButNotWord) {
-  ExpectTriangles(std::string("solid vertex 1 2 3 vertex 4 5 6 vertex 7 8 9 endfacet\0xyz endsolid", 68),
-                  {kFirst});
-  ExpectEnd(std::string("solid vertex 1 2 3 vertex 4 5 6 vertex 7 8 9 \0endfacet", 55), kEmptyMessage);
+  using namespace std::string_literals;
+  ExpectTriangles("solid vertex 1 2 3 vertex 4 5 6 vertex 7 8 9 endfacet\0xyz endsolid"s, {kFirst});
+  ExpectEnd("solid vertex 1 2 3 vertex 4 5 6 vertex 7 8 9 \0endfacet"s, kEmptyMessage);
+  ExpectTriangles("solid vertex 1 2 3 vertex 4 5 6 vertex 7 8 9 end\0facet facet\0facet"s, {kFirst});
 }
 
 TEST(ParseSTLFile_Text, LongWordsAndNumbers_AnyLength) {

@@ -23,7 +23,7 @@ constexpr float kBad = -1e10F;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-using FloatForm = unsigned (*)(const float*, int, int, float*, float, float, float, float);
+using FloatForm = unsigned(QV_CALL*)(const float*, int, int, float*, float, float, float, float);
 
 const struct {
   const char* name;

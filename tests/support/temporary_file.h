@@ -1,8 +1,9 @@
-// A file with given bytes that goes with its object.
+// A file with given bytes, named as an STL file, that goes with its object.
 #pragma once
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -29,7 +30,7 @@ class TemporaryFile {
   static std::string UniqueName() {
     static const unsigned process = std::random_device{}();
     static std::atomic<unsigned> number{0};
-    const std::string name = "qv3d_test_" + std::to_string(process) + "_" + std::to_string(number++);
+    const std::string name = "qv3d_test_" + std::to_string(process) + "_" + std::to_string(number++) + ".stl";
     return (std::filesystem::temp_directory_path() / name).string();
   }
 

@@ -1,0 +1,256 @@
+// Mesh import: reading against assimp and against reading the file's bytes alone, conversion against an
+// Embree build plus one ray per sample. Single-threaded; medians of processor time and their ratios at the
+// end.
+#include <algorithm>
+#include <assimp/Importer.hpp>
+#include <assimp/scene.h>
+#include <benchmark/benchmark.h>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <embree3/rtcore.h>
+#include <fcntl.h>
+#include <fstream>
+#include <malloc.h>
+#include <map>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "exports/QV_3D.h"
+#include "mesh/stl_reader.h"
+#include "tests/support/random_grid.h"
+#include "tests/support/stl_files.h"
+#include "tests/support/temporary_file.h"
+
+namespace {
+
+using qv::mesh::stl;
+using qv::mesh::Triangle;
+using qv::mesh::Vertex;
+using Triangles = std::vector<Triangle>;
+
+constexpr int kIntervals = 1000;
+constexpr std::size_t kSamples = static_cast<std::size_t>(kIntervals + 1) * (kIntervals + 1);
+
+/// A bumpy surface over the unit square of 2 * columns * rows triangles, on an uneven lattice.
+Triangles BumpySurface(int columns, int rows) {
+  qv::test::Random random(7);
+  std::vector<Vertex> lattice;
+  for (int j = 0; j <= rows; ++j) {
+    for (int i = 0; i <= columns; ++i) {
+      const bool inside = i > 0 && i < columns && j > 0 && j < rows;
+      const double x = (i + (inside ? random.Between(-0.3, 0.3) : 0)) / columns;
+      const double y = (j + (inside ? random.Between(-0.3, 0.3) : 0)) / rows;
+      const double z = 0.02 * std::sin(40 * x) * std::cos(25 * y) + 0.001 * random.Unit();
+      lattice.push_back({static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)});
+    }
+  }
+  Triangles triangles;
+  for (int j = 0; j < rows; ++j) {
+    for (int i = 0; i < columns; ++i) {
+      const Vertex* v = &lattice[static_cast<std::size_t>(j) * static_cast<std::size_t>(columns + 1) +
+                                 static_cast<std::size_t>(i)];
+      triangles.push_back({v[0], v[1], v[columns + 2]});
+      triangles.push_back({v[0], v[columns + 2], v[columns + 1]});
+    }
+  }
+  return triangles;
+}
+
+const Triangles& Million() {
+  static const Triangles triangles = BumpySurface(1000, 500);
+  return triangles;
+}
+
+const char* BinaryFile() {
+  static const qv::test::TemporaryFile file(qv::test::BinaryStl(Million()));
+  return file.name();
+}
+
+const char* TextFile() {
+  static const qv::test::TemporaryFile file(qv::test::AsciiStl(BumpySurface(400, 250)));
+  return file.name();
+}
+
+void Parse(const char* name) {
+  float b[6];
+  int count = 0;
+  ParseSTLFile(name, b, b + 1, b + 2, b + 3, b + 4, b + 5, &count);
+  benchmark::DoNotOptimize(count);
+}
+
+void ReadBlocks(benchmark::State& state, const char* name) {
+  static std::vector<char> block(256 * 1024);
+  for (auto _ : state) {
+    const int file = open(name, O_RDONLY);
+    while (read(file, block.data(), block.size()) > 0) benchmark::DoNotOptimize(block.data());
+    close(file);
+  }
+}
+
+void ReadOurs(benchmark::State& state, const char* name) {
+  for (auto _ : state) {
+    Parse(name);
+    CleanUpSTL();
+  }
+}
+
+void ReadAssimp(benchmark::State& state, const char* name) {
+  for (auto _ : state) {
+    Assimp::Importer importer;
+    const aiScene* scene = importer.ReadFile(name, 0);
+    if (scene == nullptr) state.SkipWithError("assimp could not read the file");
+    benchmark::DoNotOptimize(scene);
+  }
+}
+
+void LoadMillion() {
+  CleanUpSTL();
+  Triangle* storage = stl.StlTriangles.Extend(Million().size());
+  if (storage == nullptr) std::abort();
+  std::copy(Million().begin(), Million().end(), storage);
+  stl.StlTriangleCount = static_cast<int>(Million().size());
+  stl.StlBounds = {};
+  stl.StlBounds.Widen(storage, Million().size());
+}
+
+void ConvertOurs(benchmark::State& state) {
+  std::vector<float> heights(kSamples);
+  for (auto _ : state) {
+    state.PauseTiming();
+    LoadMillion();
+    state.ResumeTiming();
+    if (ConvertSTLFile(kIntervals, kIntervals, 0, 0, 1, 1, heights.data()) != 0)
+      state.SkipWithError("failed");
+  }
+  state.counters["missing"] = static_cast<double>(std::count(heights.begin(), heights.end(), -1e10F));
+}
+
+void ConvertEmbree(benchmark::State& state) {
+  const RTCDevice device = rtcNewDevice("threads=1,set_affinity=0");
+  std::vector<unsigned> indices(3 * Million().size());
+  for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = static_cast<unsigned>(i);
+  std::vector<float> vertices(9 * Million().size() + 4);  // Embree reads a little past the last vertex
+  std::memcpy(vertices.data(), Million().data(), Million().size() * sizeof(Triangle));
+  std::vector<float> heights(kSamples);
+  for (auto _ : state) {
+    const RTCScene scene = rtcNewScene(device);
+    const RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
+    rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, vertices.data(), 0, 12,
+                               indices.size());
+    rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, indices.data(), 0, 12,
+                               Million().size());
+    rtcCommitGeometry(geometry);
+    rtcAttachGeometry(scene, geometry);
+    rtcReleaseGeometry(geometry);
+    rtcCommitScene(scene);
+    RTCIntersectContext context;
+    rtcInitIntersectContext(&context);
+    for (std::size_t k = 0; k < kSamples; ++k) {
+      RTCRayHit hit{};
+      hit.ray.org_x = static_cast<float>(k % (kIntervals + 1)) / kIntervals;
+      hit.ray.org_y = static_cast<float>(k / (kIntervals + 1)) / kIntervals;
+      hit.ray.org_z = 1;
+      hit.ray.dir_z = -1;
+      hit.ray.tfar = INFINITY;
+      hit.ray.mask = 0xFFFFFFFFU;
+      hit.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+      rtcIntersect1(scene, &context, &hit);
+      heights[k] = hit.hit.geomID == RTC_INVALID_GEOMETRY_ID ? -1e10F : 1 - hit.ray.tfar;
+    }
+    rtcReleaseScene(scene);
+  }
+  rtcReleaseDevice(device);
+  state.counters["missing"] = static_cast<double>(std::count(heights.begin(), heights.end(), -1e10F));
+}
+
+long StatusKilobytes(const std::string& field) {
+  std::ifstream status("/proc/self/status");
+  std::string word;
+  while (status >> word) {
+    if (word == field + ":") {
+      long value = 0;
+      status >> value;
+      return value;
+    }
+  }
+  return 0;
+}
+
+/// Parses and converts in a child process and reports its peak against the size of the mesh. The caller's
+/// heights are not counted.
+void ReportPeakMemory() {
+  BinaryFile();
+  const pid_t child = fork();
+  if (child == 0) {
+    std::vector<float> heights(kSamples, 1.0F);
+    malloc_trim(0);
+    std::ofstream("/proc/self/clear_refs") << 5;  // forget the peak so far
+    const long before = StatusKilobytes("VmRSS");
+    Parse(BinaryFile());
+    const long parsed = StatusKilobytes("VmHWM");
+    ConvertSTLFile(kIntervals, kIntervals, 0, 0, 1, 1, heights.data());
+    const long converted = StatusKilobytes("VmHWM");
+    const double mesh = static_cast<double>(Million().size() * sizeof(Triangle)) / 1024;
+    std::printf("peak memory over the mesh's own %.1f MB: %.2f after reading, %.2f after conversion\n",
+                mesh / 1024, static_cast<double>(parsed - before) / mesh,
+                static_cast<double>(converted - before) / mesh);
+    std::fflush(stdout);
+    _exit(0);
+  }
+  waitpid(child, nullptr, 0);
+}
+
+/// Prints as usual and keeps the medians.
+class MedianReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      if (run.aggregate_name == "median") medians_[run.run_name.function_name] = run.GetAdjustedCPUTime();
+    }
+    ConsoleReporter::ReportRuns(runs);
+  }
+  void PrintRatio(const char* ours, const char* peer, double target) const {
+    const auto a = medians_.find(ours), b = medians_.find(peer);
+    if (a == medians_.end() || b == medians_.end()) return;
+    std::printf("%-16s / %-16s %8.2f / %8.2f ms = %.3f (at most %g)\n", ours, peer, a->second, b->second,
+                a->second / b->second, target);
+  }
+
+ private:
+  std::map<std::string, double> medians_;
+};
+
+template <class... Arguments>
+void Register(const char* name, Arguments... arguments) {
+  benchmark::RegisterBenchmark(name, arguments...)
+      ->Unit(benchmark::kMillisecond)
+      ->Repetitions(7)
+      ->MinTime(0.1)
+      ->ReportAggregatesOnly();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  Register("binary/ours", ReadOurs, BinaryFile());
+  Register("binary/blocks", ReadBlocks, BinaryFile());
+  Register("binary/assimp", ReadAssimp, BinaryFile());
+  Register("text/ours", ReadOurs, TextFile());
+  Register("text/blocks", ReadBlocks, TextFile());
+  Register("text/assimp", ReadAssimp, TextFile());
+  Register("grid/ours", ConvertOurs);
+  Register("grid/embree", ConvertEmbree);
+  ReportPeakMemory();
+
+  MedianReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  reporter.PrintRatio("binary/ours", "binary/assimp", 0.15);
+  reporter.PrintRatio("binary/ours", "binary/blocks", 2);
+  reporter.PrintRatio("text/ours", "text/assimp", 0.5);
+  reporter.PrintRatio("grid/ours", "grid/embree", 0.15);
+  return 0;
+}

@@ -1,0 +1,162 @@
+"""The subcommands on files in order: what they print and write, and how they take their arguments."""
+
+import json
+import math
+import os
+import unittest
+
+from support import Picture, ProgramTest, ascii_stl, binary_stl, sheet
+
+
+class Help(ProgramTest):
+    def test_help_and_version_end_well(self):
+        for arguments in (["--help"], ["demo", "--help"], ["info", "--help"], ["stats", "--help"],
+                          ["mesh2grid", "--help"], ["render", "--help"]):
+            self.assertIn("qv3d", self.run_program(*arguments).stdout)
+        self.assertRegex(self.run_program("--version").stdout, r"^qv3d \d+\.\d+\.\d+\n$")
+
+    def test_wrong_usage_is_1(self):
+        mesh = self.write("sheet.stl", binary_stl(sheet(12)))
+        for arguments in ([], ["frobnicate"], ["stats"], ["stats", mesh, "--nx", "one"], ["stats", mesh, "--nx", "1"],
+                          ["stats", mesh, "--frobnicate"], ["render", mesh], ["render", mesh, "-o", "a.png", "--size", "9"],
+                          ["render", mesh, "-o", "a.png", "--size", "300x200x2"],
+                          ["render", mesh, "-o", "a.png", "--style", "shiny"], ["stats", mesh, "--unit", "furlong"],
+                          ["stats", mesh, "--nx", "20", "--spacing", "0.1"], ["stats", mesh, "--spacing", "100"],
+                          ["stats", mesh, "--timeout", "-1"], ["mesh2grid", mesh, "-o", "grid.doc"]):
+            result = self.run_program(*arguments, status=1)
+            self.assertNotEqual(result.stderr + result.stdout, "")
+        self.assertEqual(os.listdir(self.folder), ["sheet.stl"])
+
+
+class Info(ProgramTest):
+    def test_text_names_format_count_and_extents(self):
+        for content, kind in ((binary_stl(sheet(12)), "binary STL"), (ascii_stl(sheet(12)), "ASCII STL")):
+            text = self.run_program("info", self.write("sheet.stl", content)).stdout
+            self.assertIn(kind, text)
+            self.assertIn("288", text)
+            self.assertIn("extent 10", text)
+            self.assertIn("In order.", text)
+
+    def test_json_holds_check_and_mesh(self):
+        json_report = self.run_json("info", self.write("sheet.stl", binary_stl(sheet(12))))
+        self.assertEqual(json_report["check"]["findings"], [])
+        self.assertEqual(json_report["check"]["announcedTriangles"], 288)
+        self.assertEqual(json_report["mesh"]["triangles"], 288)
+        self.assertEqual(json_report["mesh"]["x"], [0, 10])
+
+    def test_too_few_triangles_are_told_but_no_failure(self):
+        json_report = self.run_json("info", self.write("few.stl", binary_stl(sheet(3))))
+        self.assertEqual([f["id"] for f in json_report["check"]["findings"]], ["few-triangles"])
+        self.assertEqual(json_report["mesh"]["triangles"], 18)
+
+
+class Stats(ProgramTest):
+    def test_json_holds_what_a_program_needs(self):
+        report = self.run_json("stats", self.write("sheet.stl", binary_stl(sheet(40))))
+        self.assertEqual(set(report), {"file", "unit", "mesh", "mended", "grid", "filled", "levelled", "plane", "statistics"})
+        self.assertEqual(set(report["statistics"]), {"Sa", "Sq", "Sp", "Sv", "Sz", "Ssk", "Sku", "tenPointHeight"})
+        self.assertEqual((report["grid"]["width"], report["grid"]["height"]), (512, 512))
+        self.assertEqual(report["grid"]["missingSamples"], 0)
+        self.assertEqual(report["unit"], "mm")
+
+    def test_numbers_of_a_wave_are_those_of_a_wave(self):
+        # Amplitude 0.05 on a tilted plane; over four whole waves Sa is 2/pi and Sq 1/sqrt(2) of it. A cosine has no
+        # slope of its own.
+        mesh = sheet(96, height=lambda x, y: 0.02 * x - 0.01 * y + 0.05 * math.cos(2 * math.pi * x / 2.5))
+        s = self.run_json("stats", self.write("wave.stl", binary_stl(mesh)), "--nx", "384")
+        self.assertAlmostEqual(s["statistics"]["Sa"], 0.05 * 2 / math.pi, delta=0.03 * 0.05)
+        self.assertAlmostEqual(s["statistics"]["Sq"], 0.05 / math.sqrt(2), delta=0.03 * 0.05)
+        self.assertAlmostEqual(s["statistics"]["Sz"], 0.1, delta=0.03 * 0.1)
+        self.assertAlmostEqual(s["plane"]["slopeY"], -0.01, delta=2e-5)
+        raw = self.run_json("stats", self.path("wave.stl"), "--no-level")
+        self.assertFalse(raw["levelled"])
+        self.assertGreater(raw["statistics"]["Sz"], 0.25)
+
+    def test_text_has_units_and_a_decimal_point_whatever_the_locale(self):
+        mesh = self.write("sheet.stl", ascii_stl(sheet(40, height=lambda x, y: 0.001 * math.sin(3 * x))))
+        for unit, shown in (("mm", "µm"), ("um", "nm"), ("in", "in")):
+            text = self.run_program("stats", mesh, "--unit", unit, env={"LC_ALL": "de_DE.UTF-8", "LANG": "de_DE.UTF-8"}).stdout
+            self.assertRegex(text, r"Sa +[0-9.]+ " + shown)
+            self.assertNotRegex(text, r"[0-9],[0-9]")
+
+    def test_holes_stay_missing_or_are_filled(self):
+        mesh = [t for t in sheet(40) if not all(3 < x < 6 and 3 < y < 6 for x, y, _ in t)]
+        file = self.write("hole.stl", binary_stl(mesh))
+        kept = self.run_json("stats", file)
+        filled = self.run_json("stats", file, "--fill")
+        # The triangles left out lie whole inside the square; the others reach into it by up to a cell.
+        self.assertGreaterEqual(kept["grid"]["missingShare"], 2.5 * 2.5 / 100)
+        self.assertLess(kept["grid"]["missingShare"], 3 * 3 / 100)
+        self.assertEqual(filled["grid"]["missingSamples"], kept["grid"]["missingSamples"])
+        self.assertTrue(filled["filled"])
+        self.assertGreater(filled["statistics"]["Sq"], kept["statistics"]["Sq"])
+        self.assertEqual(filled["statistics"]["Sv"], kept["statistics"]["Sv"])
+
+    def test_grid_is_as_asked_for(self):
+        file = self.write("sheet.stl", binary_stl(sheet(12)))
+        grid = self.run_json("stats", file, "--nx", "50", "--ny", "20")["grid"]
+        self.assertEqual((grid["width"], grid["height"]), (50, 20))
+        self.assertAlmostEqual(grid["spacingY"], 0.5, places=5)
+        grid = self.run_json("stats", file, "--spacing", "0.3")["grid"]
+        self.assertEqual((grid["width"], grid["height"]), (33, 33))
+        self.assertAlmostEqual(grid["spacingX"], 0.3, places=5)
+
+
+class Mesh2Grid(ProgramTest):
+    def test_csv_and_xyz_hold_the_heights_of_the_mesh(self):
+        mesh = sheet(20, height=lambda x, y: 0.5 * x + 0.25 * y)
+        file = self.write("plane.stl", binary_stl(mesh))
+        report = self.run_json("mesh2grid", file, "-o", "grid.csv", "-o", "grid.xyz", "--nx", "8", "--ny", "4")
+        self.assertEqual(report["written"], ["grid.csv", "grid.xyz"])
+        with open(self.path("grid.csv"), encoding="ascii") as csv:
+            rows = [[float(v) for v in line.split(",")] for line in csv]
+        self.assertEqual([len(row) for row in rows], [8] * 4)
+        for j, row in enumerate(rows):
+            for i, z in enumerate(row):
+                self.assertAlmostEqual(z, 0.5 * 1.25 * (i + 0.5) + 0.25 * 2.5 * (j + 0.5), places=4)
+        with open(self.path("grid.xyz"), encoding="ascii") as xyz:
+            points = [tuple(map(float, line.split())) for line in xyz]
+        self.assertEqual(len(points), 32)
+        for x, y, z in points:
+            self.assertAlmostEqual(z, 0.5 * x + 0.25 * y, places=4)
+
+    def test_missing_samples_are_nan_left_out_and_black(self):
+        mesh = [t for t in sheet(20, height=lambda x, y: 1 + 0.1 * y) if min(x for x, _, _ in t) >= 5 or min(y for _, y, _ in t) >= 5]
+        file = self.write("corner.stl", binary_stl(mesh))
+        self.run_program("mesh2grid", file, "-o", "g.csv", "-o", "g.xyz", "-o", "g.png", "--nx", "40")
+        with open(self.path("g.csv"), encoding="ascii") as csv:
+            rows = [line.strip().split(",") for line in csv]
+        self.assertEqual(sum(row.count("nan") for row in rows), 400)
+        self.assertEqual(rows[0][0], "nan")
+        with open(self.path("g.xyz"), encoding="ascii") as xyz:
+            self.assertEqual(len(xyz.readlines()), 1200)
+        picture = Picture(self.path("g.png"))
+        self.assertEqual((picture.width, picture.height, picture.channels), (40, 40, 1))
+        self.assertEqual(picture.pixel(0, 39), (0,))
+        self.assertEqual(picture.pixel(39, 0), (255,))
+        self.assertEqual(picture.pixel(39, 39), (1,))
+
+    def test_without_a_name_the_grid_goes_beside(self):
+        self.run_program("mesh2grid", self.write("sheet.stl", binary_stl(sheet(12))), "--nx", "10")
+        self.assertTrue(os.path.exists(self.path("sheet.csv")))
+
+    def test_folder_that_is_not_there_is_2(self):
+        file = self.write("sheet.stl", binary_stl(sheet(12)))
+        self.run_program("mesh2grid", file, "-o", "no/such/folder.csv", status=2)
+
+
+class Streams(ProgramTest):
+    def test_results_go_to_one_stream_and_remarks_to_the_other(self):
+        file = self.write("trailing.stl", binary_stl(sheet(12)) + b"trailer")
+        result = self.run_program("stats", file, "--json")
+        json.loads(result.stdout)
+        self.assertIn("7 bytes follow", result.stderr)
+
+    def test_failure_in_json_is_json(self):
+        report = self.run_json("stats", self.write("few.stl", binary_stl(sheet(3))), status=4)
+        self.assertEqual(report["error"]["exitCode"], 4)
+        self.assertIn("--repair", report["error"]["advice"])
+
+
+if __name__ == "__main__":
+    unittest.main()
