@@ -78,6 +78,21 @@ typedef struct QV_VertexRecord {
   float x, y, z;
 } QV_VertexRecord;
 
+/* One triangle of a shadow structure: 11 words of 32 bits. The library writes the vertices and neighbours; plane
+ * and lit are the host's. */
+typedef struct QV_ShadowTriangle {
+  unsigned vertex[3];
+  float plane[4];
+  int neighbour[3];
+  unsigned lit;
+} QV_ShadowTriangle;
+
+/* The triangles of a grid, in an array that the host allocates. The counters are the host's own. */
+typedef struct QV_ShadowStructure {
+  int counter0, counter1;
+  QV_ShadowTriangle* triangles;
+} QV_ShadowStructure;
+
 /* ====================================================================================================
  * Height statistics
  *
@@ -552,6 +567,234 @@ QV_API unsigned QV_CALL RenderProjectedSurfaceWithTexture2(const float* h, const
 QV_API unsigned QV_CALL RenderSurfaceWith2DTexturef2(const float* h, int width, int height, int colStep,
                                                      int rowStep, unsigned mode, float zScale, float xOffset,
                                                      float yOffset, float xSize, float ySize);
+
+/* ====================================================================================================
+ * Lines, walls, waterfall
+ *
+ * Companions of a drawn surface, in immediate mode, with the placement and the steps of the surface drawing:
+ * every step-th column and row, and always the last one. GL thread. All return 0. Missing samples are drawn
+ * as heights. Not checked: pointers, sizes; a width, height or step below 1 draws nothing and changes no GL
+ * state, a width or height of 1 divides by zero in the placement. h and tex hold width*height samples.
+ * ==================================================================================================== */
+
+/* Contour segments: `count` records (x1, y1, x2, y2) as the contour extraction makes them, drawn as lines at
+ * the height level*zScale. One batch of GL_LINES, also where count < 1. */
+QV_API unsigned QV_CALL RenderContourLines(const double* segments, double level, double zScale, int count);
+
+/* As RenderContourLines, for float records. */
+QV_API unsigned QV_CALL RenderContourLinesf(const float* segments, float level, float zScale, int count);
+
+/* The four walls from the border of the surface down to the plane z = -0.005, grey (0x505050), each with one
+ * outward normal, and black edges; unit frame. Uses the polygon offset, which is disabled on return. The
+ * polygon modes of both faces are restored; the colour stays black. */
+QV_API unsigned QV_CALL RenderSideWalls(const double* h, int width, int height, int step, double zScale);
+
+/* As RenderSideWalls with float samples. The back wall (last row) lies at y = yBack, the front wall (row 0) at
+ * yBack - ySize; the left wall at x = xOffset, the right wall at xOffset + xSize. The polygon mode stays
+ * GL_FILL. */
+QV_API unsigned QV_CALL RenderSideWallsf(const float* h, int width, int height, int step, float zScale,
+                                         float xOffset, float yBack, float xSize, float ySize);
+
+/* As RenderSideWallsf, separate steps. */
+QV_API unsigned QV_CALL RenderSideWallsf2(const float* h, int width, int height, int colStep, int rowStep,
+                                          float zScale, float xOffset, float yBack, float xSize, float ySize);
+
+/* Separate profiles with 1-D texture coordinates (tex: 1 value per sample), unit frame; `mode` is usually
+ * GL_LINE_STRIP. angle is the view's, in degrees: from 45 (included) to 315 (excluded), except strictly
+ * between 135 and 225, one strip per column; otherwise, or where it is a NaN, one per row. `unused` is not
+ * read. */
+QV_API unsigned QV_CALL RenderWaterfallSurface(const double* h, int unused, const double* tex, int width,
+                                               int height, int step, unsigned mode, double angle,
+                                               double zScale);
+
+/* As RenderWaterfallSurface with float samples and the placement of RenderSurfacef. */
+QV_API unsigned QV_CALL RenderWaterfallSurfacef(const float* h, int unused, const float* tex, int width,
+                                                int height, int step, unsigned mode, float angle,
+                                                float zScale, float xOffset, float yOffset, float xSize,
+                                                float ySize);
+
+/* A wire grid: one GL_LINE_STRIP per visited row, then one per visited column. */
+QV_API unsigned QV_CALL RenderSilhouetteLines(const float* h, int width, int height, int colStep, int rowStep,
+                                              float zScale, float xOffset, float yOffset, float xSize,
+                                              float ySize);
+
+/* ====================================================================================================
+ * Points and selection
+ *
+ * A surface as an array of points, and its triangles or samples drawn each under a name of its own
+ * (glLoadName) for picking. The host sets up selection: glSelectBuffer, glRenderMode(GL_SELECT), glInitNames,
+ * glPushName. Missing by value. All return 0. Not checked: pointers, sizes; a width or height below 1 does
+ * nothing, one of 1 divides by zero in the placement.
+ * ==================================================================================================== */
+
+/* One point per sample: xyz holds 3*width*height values, sample order. x as RenderSurfacef places it, y =
+ * yTop - (height-1-j)*ySize/(height-1), so that the last row lies at yTop; z = zScale*h, or -1e10, not scaled,
+ * where the sample is missing. Any thread. */
+QV_API unsigned QV_CALL CreateSurfaceXYZ(float* xyz, const float* h, int width, int height, float zScale,
+                                         float xOffset, float yTop, float xSize, float ySize);
+
+/* Two triangles per cell, each its own primitive of `mode`, unless a corner is missing. The lower one, (i, j),
+ * (i+1, j), (i, j+1), has the name j*width + i; the upper one, (i+1, j), (i+1, j+1), (i, j+1), has the name
+ * width*height + j*width + i. GL thread. */
+QV_API unsigned QV_CALL RenderTrianglesForSelection(const float* h, int width, int height, unsigned mode,
+                                                    float zScale, float xOffset, float yOffset, float xSize,
+                                                    float ySize);
+
+/* One vertex per sample that is not missing, its own primitive of `mode` with the name j*width + i. GL
+ * thread. */
+QV_API unsigned QV_CALL RenderPointsForSelection(const float* h, int width, int height, unsigned mode,
+                                                 float zScale, float xOffset, float yOffset, float xSize,
+                                                 float ySize);
+
+/* ====================================================================================================
+ * Vertex buffers and index lists
+ *
+ * Four parallel streams of n vertices, always in this order: vertices (3 floats), texture coordinates (1),
+ * normals (3), colours (3). A flag (useVertices ...) that is 0 leaves its stream out; its pointers are not
+ * read. Buffer names live in the host's variables, 0 for none. GL thread. Return 0 unless said. Where the
+ * buffer functions were not loaded (InitGlew), the call does nothing. Not checked: pointers, capacities.
+ * ==================================================================================================== */
+
+/* The strips of a width x height grid as sample numbers j*width + i, one strip per pair of rows, broken at
+ * samples missing by bit pattern: the same vertices, in the same order, as the drawing forms marked [holes]
+ * give with steps of 1, without the closing strip. Strip s covers indices[stripStarts[s]] up to, not
+ * including, indices[stripStarts[s+1]]; stripStarts[*stripCount] is *indexCount. A pair of rows without any
+ * drawable sample makes an empty strip. Capacities: indices 3*width*(height-1), stripStarts
+ * (height-1)*(width/2+1) + 1 values, at least 1 (also for a width or height below 1, which gives no strips).
+ * Returns the number of indices, as *indexCount. Any thread. */
+QV_API unsigned QV_CALL CreateIndiciesList(const float* h, int width, int height, unsigned* indices,
+                                           unsigned* stripStarts, unsigned* indexCount, unsigned* stripCount);
+
+/* Creates a buffer per stream and uploads the arrays (12*n, 4*n, 12*n and 12*n bytes, GL_STATIC_DRAW). A name
+ * variable that is not 0 has its buffer deleted first: initialise the variables to 0. */
+QV_API unsigned QV_CALL BuildVBOs(int n, int useVertices, int useTex, int useNormals, int useColors,
+                                  const float* vertices, const float* tex, const float* normals,
+                                  const float* colors, unsigned* vertexBuffer, unsigned* texBuffer,
+                                  unsigned* normalBuffer, unsigned* colorBuffer);
+
+/* Uploads as BuildVBOs into the buffers that exist. */
+QV_API unsigned QV_CALL VBOBufferData(int n, int useVertices, int useTex, int useNormals, int useColors,
+                                      const float* vertices, const float* tex, const float* normals,
+                                      const float* colors, unsigned* vertexBuffer, unsigned* texBuffer,
+                                      unsigned* normalBuffer, unsigned* colorBuffer);
+
+/* Makes the buffers the fixed-function arrays (glVertexPointer and so on, offset and stride 0). The client
+ * states are the host's to enable. The last buffer stays bound. */
+QV_API unsigned QV_CALL SetPointersToVBOBuffersARB(int useVertices, int useTex, int useNormals, int useColors,
+                                                   const unsigned* vertexBuffer, const unsigned* texBuffer,
+                                                   const unsigned* normalBuffer, const unsigned* colorBuffer);
+
+/* Deletes the buffers whose names are not 0, and sets the names to 0. Returns nothing. */
+QV_API void QV_CALL DeleteVBOBuffers(unsigned* vertexBuffer, unsigned* texBuffer, unsigned* normalBuffer,
+                                     unsigned* colorBuffer);
+
+/* glDrawRangeElements, for hosts that load no GL functions of their own. Returns nothing. */
+QV_API void QV_CALL DrawRangeElements(unsigned mode, unsigned start, unsigned end, int count, unsigned type,
+                                      const void* indices);
+
+/* Draws an index list of CreateIndiciesList without buffers: normals (always), one colour (grey, 1 value per
+ * vertex, where useGrey is not 0; else rgb where useRgb is not 0), the texture coordinate where useTex is not
+ * 0, and the vertex. stripStarts holds stripCount + 1 values; empty strips are skipped. `unused` is not read.
+ * Returns 0, or stripCount itself where it is below 1. */
+QV_API int QV_CALL RenderImmediateMode(int stripCount, const int* stripStarts, const unsigned* indices,
+                                       const float* vertices, const float* normals, const float* tex,
+                                       const float* rgb, const float* grey, unsigned mode, int useTex,
+                                       int useRgb, int useGrey, int unused);
+
+/* ====================================================================================================
+ * Shaders
+ *
+ * Up to 40 GLSL programs, each of one vertex and one fragment shader, known by slot numbers 0 to 39, all free
+ * at load. Nothing is printed. GL thread, after InitGlew; where the shader functions were not loaded, or with
+ * a slot outside 0..39, no GL call is made and the result is that of a failure, or 0 where there is none.
+ * ==================================================================================================== */
+
+/* Reads, compiles and links the two files into a slot, whose previous objects are deleted first. Returns 0 on
+ * success; 1 where a name is empty or null, the slot is none, or the vertex shader object cannot be created; 2
+ * where the fragment shader object cannot; 3 and 4 where the vertex or the fragment shader does not compile
+ * (its log contains "fail", in any letter case). What was created before a failure is deleted by the next
+ * ReleaseShader or InitShaders of the slot. A file that cannot be read is an empty source. Failure to link is
+ * not detected. */
+QV_API unsigned QV_CALL InitShaders(int slot, const char* vertexShaderFile, const char* fragmentShaderFile);
+
+/* Deletes the objects of a slot, which is free then. Returns 0. */
+QV_API unsigned QV_CALL ReleaseShader(int slot);
+
+/* Uses the slot's program; a free slot gives fixed-function drawing. Returns 0. */
+QV_API unsigned QV_CALL TurnOn(int slot);
+
+/* Back to fixed-function drawing. Returns 0. */
+QV_API unsigned QV_CALL TurnOff(void);
+
+/* Sets an integer uniform (for instance a texture unit), looked up in the slot's program. It is set in the
+ * program that is in use: call TurnOn(slot) first. Returns its location, or -1, with nothing set, where the
+ * program does not use the name. A null name is an empty one. */
+QV_API int QV_CALL SetupUniformVariable(int slot, int value, const char* uniformName);
+
+/* ====================================================================================================
+ * Stencil shadows
+ *
+ * Shadow volumes of a surface. The host builds the structure once per grid, decides which triangles face the
+ * light (their lit flags), prepares and clears the stencil buffer, and draws the passes around DoShadowPass.
+ * Not checked: pointers.
+ * ==================================================================================================== */
+
+/* Writes the vertices and neighbours of the triangles of a width x height grid into s->triangles, which holds
+ * 2*(width-1)*(height-1) records: per cell, row by row, first (k, k+1, k+width+1), then (k, k+width+1,
+ * k+width), with k = j*width + i. Neighbours are record numbers, across the edges a-b, b-c and c-a; -1 at the
+ * border. Planes, lit flags and the two counters are not written. `unused` is not read. Returns height - 1;
+ * with a width or height below 2 there are no records. Any thread. */
+QV_API int QV_CALL CreateShadowStructure(QV_ShadowStructure* s, int unused, int width, int height);
+
+/* Draws the shadow volumes: for every edge between a lit triangle and one that is not, a GL_TRIANGLE_STRIP
+ * from the edge to the edge moved away from the light by sqrt(3) times its distance from it. Edges at the
+ * border, and edges with a vertex whose z is missing by value, cast none. light holds x, y, z; vertices 3
+ * floats per vertex; `triangles` points to the QV_ShadowTriangle records. Returns 0, or triangleCount itself
+ * where it is below 1. GL thread. */
+QV_API int QV_CALL DoShadowPass(const float* light, int triangleCount, const float* vertices,
+                                const unsigned* triangles);
+
+/* glActiveStencilFaceEXT (GL_EXT_stencil_two_side); nothing where it was not loaded. Returns nothing. GL
+ * thread. */
+QV_API void QV_CALL SetActiveStencilFace(unsigned face);
+
+/* Two-sided stencil operations (GL_ATI_separate_stencil): where the depth test passes, back faces decrement,
+ * front faces increment, both wrapping; the stencil test always passes. Nothing where the functions were not
+ * loaded. Returns nothing. GL thread. */
+QV_API void QV_CALL SetupATIStencilShadows(void);
+
+/* ====================================================================================================
+ * Ambient occlusion, checkerboard
+ * ==================================================================================================== */
+
+/* A cheap estimate on the grid: every sample is darkened by the samples of the 7 x 7 window around it that are
+ * higher, each by half its height difference over its distance in samples. ao holds width*height values: 1
+ * minus the sum, or 0.2 where the sum is above 0.8. Heights are used as they stand, so the result depends on
+ * their unit: scale them first. A missing neighbour is never higher; a missing sample gets 0.2 where any
+ * sample of its window was measured. `unused` is not read. Returns 0. Any thread. Not checked: pointers. */
+QV_API unsigned QV_CALL ComputeAmbientOcclusionArray(int unused, int width, int height, const float* h,
+                                                     float* ao);
+
+/* Ambient occlusion of a triangle mesh: per vertex the share of the hemisphere about its normal, weighted by
+ * the cosine, that is not hidden by the mesh, in 0..1 (ao: vertexCount values), and the mean direction of what
+ * is not hidden, of unit length (directions: 3*vertexCount values). vertices and normals hold 3 floats per
+ * vertex. The connectivity arguments are the number of triangles, passed as a pointer-sized number below
+ * 2^31, and a pointer to 3 unsigned vertex numbers per triangle, in either order (in 32-bit processes, and on
+ * Windows, the number comes first). With anything else, nulls included, or with a vertex number out of range,
+ * occlusion is estimated from the vertices and normals alone. Deterministic, with 512 rays per vertex: of the
+ * order of a minute for a million triangles. Returns 0, or 1 where the generator cannot start; where memory is
+ * short, 0 without results. Any thread. */
+QV_API unsigned QV_CALL ComputeAmbientOcclusionData(const float* vertices, const float* normals,
+                                                    int vertexCount, const void* connectivity1,
+                                                    const void* connectivity2, float* ao, float* directions);
+
+/* Paints a checkerboard into the background of an image. image holds width*height pixels of 3 bytes (red,
+ * green, blue), mask width*height bytes: pixels whose mask byte is 255 are painted, all others stay. The
+ * squares are 10 pixels wide and high, those of the first row and column 9. The square at the first pixel has
+ * color2, its neighbours color1 (red in bits 0-7, green in 8-15, blue in 16-23). Returns 0. Any thread. Not
+ * checked: pointers; a width or height below 1 does nothing. */
+QV_API unsigned QV_CALL CreateCheckerboardBackground(unsigned char* image, const unsigned char* mask,
+                                                     int width, int height, unsigned color1, unsigned color2);
 
 #ifdef __cplusplus
 }

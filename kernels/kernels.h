@@ -246,6 +246,47 @@ struct ProfileKernels {
                         float* out);
   Band rows[3];     ///< out[k] from first[k + i * stride]
   Band columns[3];  ///< out[k] from first[k * stride + i]
+/// Ambient occlusion on a grid.
+struct OcclusionKernels {
+  /// One row of the 7 x 7 estimate. rows: the seven rows of the window, the middle one the row itself,
+  /// widened; column 0 is at index 3. They reach 6 values beyond the next multiple of 16 columns; what is no
+  /// sample is minus infinity.
+  void (*row)(const double* const* rows, std::ptrdiff_t width, float* ao);
+};
+
+/// A box of a tree over triangles. Above 0, count is the number of triangles from `first`; otherwise the
+/// boxes `first` and `first + 1` divide this one along axis -count, the lower part first.
+struct OcclusionNode {
+  float low[3];
+  std::int32_t first;
+  float high[3];
+  std::int32_t count;
+};
+/// No tree is deeper.
+inline constexpr int kOcclusionTreeDepth = 96;
+
+struct OcclusionScene {
+  const OcclusionNode* nodes;  ///< the first holds all; null where there are no triangles
+  const float* triangles;      ///< nine floats each
+};
+
+/// What is seen from a point: directions in packets of sixteen x, then y, then z, turned into the frame of
+/// three axes, and followed up to the reach.
+struct OcclusionView {
+  float origin[3];
+  float frame[9];
+  const float* rays;
+  std::ptrdiff_t packets;
+  float reach;
+};
+
+struct OcclusionSum {
+  float direction[3];  ///< sum of the directions that nothing stops
+  int count;           ///< their number
+};
+
+struct OcclusionRayKernels {
+  OcclusionSum (*view)(const OcclusionScene& scene, const OcclusionView& view);
 };
 
 // Every family of kernels: the type of its table and its name.
@@ -261,7 +302,9 @@ struct ProfileKernels {
   FAMILY(ResamplingKernels, resampling) \
   FAMILY(FftKernels, fft) \
   FAMILY(SpectraKernels, spectra) \
-  FAMILY(ContourKernels, contours)
+  FAMILY(ContourKernels, contours) \
+  FAMILY(OcclusionKernels, occlusion) \
+  FAMILY(OcclusionRayKernels, occlusionRays)
 
 struct KernelTable {
   const char* name;     ///< of the instruction set

@@ -39,6 +39,10 @@ std::ostream& operator<<(std::ostream& out, const GLCall& call) {
   return out << ')';
 }
 
+void RecordGLCall(GLCall call) {
+  calls.push_back(std::move(call));
+}
+
 GLCalls TakeGLCalls() {
   return std::exchange(calls, {});
 }

@@ -20,6 +20,9 @@ std::ostream& operator<<(std::ostream& out, const GLCall& call);
 
 using GLCalls = std::vector<GLCall>;
 
+/// Adds a call, for stand-ins outside gl_recorder.cpp.
+void RecordGLCall(GLCall call);
+
 /// The calls since the last time.
 GLCalls TakeGLCalls();
 

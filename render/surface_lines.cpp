@@ -1,0 +1,59 @@
+// Lines over a surface: contour segments at their height, and the wire grid of its rows and columns.
+#include <cstddef>
+
+#include <GL/glew.h>
+
+#include "exports/QV_3D.h"
+#include "render/strip_walk.h"
+#include "render/vertex_emitters.h"
+
+using namespace qv::render;
+
+unsigned QV_CALL RenderContourLines(const double* segments, double level, double zScale, int count) {
+  const double z = level * zScale;
+  glBegin(GL_LINES);
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
+    const double* segment = segments + 4 * i;
+    glVertex3d(segment[0], segment[1], z);
+    glVertex3d(segment[2], segment[3], z);
+  }
+  glEnd();
+  return 0;
+}
+
+unsigned QV_CALL RenderContourLinesf(const float* segments, float level, float zScale, int count) {
+  const float z = level * zScale;
+  glBegin(GL_LINES);
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
+    const float* segment = segments + 4 * i;
+    glVertex3f(segment[0], segment[1], z);
+    glVertex3f(segment[2], segment[3], z);
+  }
+  glEnd();
+  return 0;
+}
+
+unsigned QV_CALL RenderSilhouetteLines(const float* h, int width, int height, int colStep, int rowStep,
+                                       float zScale, float xOffset, float yOffset, float xSize, float ySize) {
+  if (width < 1 || height < 1 || colStep < 1 || rowStep < 1) return 0;
+  const Frame place(width, height, xOffset, yOffset, xSize, ySize, Heights{h, zScale});
+  const std::ptrdiff_t rowLength = width;
+  ForEachColumn(height, rowStep, [=](std::ptrdiff_t row) {
+    const float y = place.Y(row);
+    const float* samples = h + row * rowLength;
+    glBegin(GL_LINE_STRIP);
+    ForEachColumn(rowLength, colStep,
+                  [=](std::ptrdiff_t column) { glVertex3f(place.X(column), y, zScale * samples[column]); });
+    glEnd();
+  });
+  ForEachColumn(rowLength, colStep, [=](std::ptrdiff_t column) {
+    const float x = place.X(column);
+    const float* samples = h + column;
+    glBegin(GL_LINE_STRIP);
+    ForEachColumn(height, rowStep, [=](std::ptrdiff_t row) {
+      glVertex3f(x, place.Y(row), zScale * samples[row * rowLength]);
+    });
+    glEnd();
+  });
+  return 0;
+}
