@@ -6,8 +6,7 @@ target_include_directories(qv_objects PUBLIC ${PROJECT_SOURCE_DIR})
 target_compile_definitions(qv_objects PRIVATE QV_3D_BUILD $<$<BOOL:${QV_3D_KEEP_LEAKS}>:QV_3D_KEEP_LEAKS>)
 target_link_libraries(qv_objects PUBLIC qv_opengl PRIVATE qv_compiler)
 
-foreach(room core filters kernels mesh render platform)
-foreach(room core kernels spectral contours mesh render platform)
+foreach(room core kernels filters spectral contours mesh render platform)
   add_subdirectory(${room})
 endforeach()
 

@@ -76,7 +76,7 @@ unsigned QV_CALL ComputeCrossSectionProfile(int width, int height, int direction
   const std::ptrdiff_t stride = width, rows = height;
   const Band band = BandAround(position, halfBand, (alongRow ? height : width) - 1);
   const std::ptrdiff_t lines = band.lo <= band.hi ? band.hi - band.lo + 1 : 0;
-  const auto& kernels = qv::kernels::Active().profiles;
+  const auto& kernels = qv::kernels::Active().bands;
   if (alongRow) {
     if (band.lo == band.hi) {
       RowProfile(band, heights, stride, profile);

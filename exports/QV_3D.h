@@ -23,7 +23,8 @@
  *
  * Memory. Every array belongs to the caller before, during and after the call. The library keeps no pointer
  * to a caller's array. Input and output arrays must not overlap unless an entry says that it works in place.
- * What a call allocates it releases, with one exception, noted at SetVertices.
+ * What a call allocates it releases, with exceptions noted at SetVertices, FilterMinimum, GaussianFilter and
+ * SplineFilter.
  *
  * Pointers and capacities are not checked: a null pointer or a buffer that is too small is the caller's
  * fault. Every entry gives the size that its outputs must have.
@@ -78,8 +79,8 @@ typedef struct QV_VertexRecord {
   float x, y, z;
 } QV_VertexRecord;
 
-/* One triangle of a shadow structure: 11 words of 32 bits. The library writes the vertices and neighbours; plane
- * and lit are the host's. */
+/* One triangle of a shadow structure: 11 words of 32 bits. The library writes the vertices and neighbours;
+ * plane and lit are the host's. */
 typedef struct QV_ShadowTriangle {
   unsigned vertex[3];
   float plane[4];
@@ -316,6 +317,211 @@ QV_API unsigned QV_CALL FilterMedianf2(int size, int nx, int ny, const float* in
  * gives -1e10 in both grids. */
 QV_API unsigned QV_CALL FilterLaplacianf2(int size, int nx, int ny, const float* in, float* out,
                                           float* residual);
+
+/* ====================================================================================================
+ * Gaussian, spline and radius filters
+ *
+ * The two separable filters split a grid into a smooth part and the remainder, residual = in - filtered. MIND
+ * THE ORDER: they take the residual first and the filtered grid second; FilterGaussianf2 takes the filtered
+ * grid first. dx and dy are the spacings along a row and between rows, cutoff the cut-off wavelength, all in
+ * one unit. Only FilterGaussianf2 knows missing samples: to the others -1e10 is a height, so fill holes first
+ * and put them back afterwards. All return 0, also when work memory cannot be had (then nothing is written).
+ * Any thread. Not checked: pointers and the parameters.
+ * ==================================================================================================== */
+
+/* Separable filter of Gaussian type: along the rows, then along the columns, three moving averages of
+ * 2*m + 1 samples each, m = cutoff*0.183/spacing truncated. Where m is below 1 (a cutoff of 0 or too short, a
+ * negative ratio) or beyond the range of an int that direction is not smoothed. residual, filtered: nx*ny
+ * floats each.
+ * THE EDGES ARE NOT CORRECTED: samples beyond the line count as 0 and the weights are not renormalised, so
+ * over about 3*m samples at the start of a line the result falls towards 0, and at its end further still,
+ * because each moving average there lacks one more sample (the one before its last full window). Remove the
+ * mean first (RemoveAverage) and crop 3*m samples afterwards. Where a line is not longer than a window the
+ * same holds for all of it. Sums are carried in 64-bit mantissas, every average is rounded to float. The
+ * residual is taken against the input.
+ * With the default build each call leaves memory allocated: 12 bytes per sample for the rows and again for
+ * the columns, untouched (QV_3D_KEEP_LEAKS=OFF turns it off). */
+QV_API unsigned QV_CALL GaussianFilter(int nx, int ny, float dx, float dy, float cutoff, const float* in,
+                                       float* residual, float* filtered);
+
+/* Separable cubic smoothing spline (profile filter of ISO 16610-22 type, 50 % transmission at the cutoff):
+ * along the rows, then along the columns. The ends are free, so straight lines pass unchanged but for
+ * rounding, which grows with cutoff/spacing: every value of the solution is rounded to float on its way. A
+ * cutoff of 0 does nothing; lines of fewer than 3 samples are left as they are. residual, filtered: nx*ny
+ * floats each. One NaN or infinity spoils its row and then the grid.
+ * With the default build each call leaves nx*ny floats allocated, untouched (QV_3D_KEEP_LEAKS=OFF turns it
+ * off). */
+QV_API unsigned QV_CALL SplineFilter(int nx, int ny, float dx, float dy, float cutoff, const float* in,
+                                     float* residual, float* filtered);
+
+/* 3 x 3 binomial smoothing (1 2 1, 2 4 2, 1 2 1, over 16). filtered, residual: (nx-2)*(ny-2) floats each,
+ * packed: the window centred at (c, r) goes to column c-1, row r-1. Missing by value: one missing sample in
+ * the window makes both outputs -1e10. The residual is taken against the TOP-LEFT sample of the window, not
+ * its centre. nx or ny below 3: nothing is written. */
+QV_API unsigned QV_CALL FilterGaussianf2(int nx, int ny, const float* in, float* filtered, float* residual);
+
+/* Rolls a circle over a profile of n heights with spacing dx (heights, dx and radius in one unit): finds the
+ * samples that the circle touches and gives, at each sample, the highest of the arcs that hang from the
+ * touched samples within reach, an arc at distance x lying radius - sqrt(radius^2 - x^2) lower. out: n
+ * doubles. Where no touched sample lies within radius/dx samples the result is -9.99e33, where one does but
+ * its distance exceeds the radius, -9.9e33. n below 1: nothing is written; n of 1 or 2: the ends are touched.
+ * The time grows with n and with the number of touched samples within reach. */
+QV_API unsigned QV_CALL Convolve_Radius(const double* profile, double* out, int n, double radius, double dx);
+
+/* ====================================================================================================
+ * Polar filters
+ *
+ * Low-pass filters of a closed profile: n equally spaced samples of one revolution, the sample after the last
+ * being the first. in, out: n doubles each, not the same array. spacing and cutoff in one unit. No sample
+ * counts as missing. All return 0 and do nothing when n < 1. Any thread. Not checked: pointers and the
+ * parameters.
+ * ==================================================================================================== */
+
+/* Gaussian weights out to 0.1 % (M samples to each side, in time proportional to n*M), wrapped around the
+ * ends as often as needed. The weights are not renormalised, and the partner of sample i+j is i-j-1: THE
+ * RESULT IS SHIFTED by half a sample towards the start. A cutoff so short that M < 5, or so long that M is
+ * not a number, copies the input. */
+QV_API unsigned QV_CALL FilterGaussianPolar(const double* in, double* out, double spacing, double cutoff,
+                                            int n);
+
+/* Two RC stages, causal: the result lags. Started n/4 samples before the first with the input itself. Here
+ * cutoff is the factor of the bilinear substitution. */
+QV_API unsigned QV_CALL Filter2RCPolar(const double* in, double* out, double spacing, double cutoff, int n);
+
+/* One RC stage forwards, then backwards (no lag). The backward run starts from 0, about n/4 samples after the
+ * last (none for n = 1, whose result is 0): with few samples the last results still feel it. Nothing is
+ * written when the work memory (12*n bytes) cannot be had. */
+QV_API unsigned QV_CALL Filter2RCPCPolar(const double* in, double* out, double spacing, double cutoff, int n);
+
+/* ====================================================================================================
+ * Resampling
+ *
+ * A grid of inNx x inNy samples becomes one of outNx x outNy; output column c lies at input column c*sx, row
+ * r at r*sy. Output rows start every outStride floats (out: (outNy-1)*outStride + outNx floats). Missing by
+ * value: an output sample is -1e10 where one of the input samples it is made from is missing.
+ * REVERSED STATUS: 1 for done; 0, with nothing written, for refused (a null pointer, a size below 1, in ==
+ * out) or out of memory. Any thread.
+ * ==================================================================================================== */
+
+/* Bilinear. sx = inNx/outNx, but (inNx - inNx/outNx)/outNx when enlarging; likewise sy. Indices beyond the
+ * last sample repeat it. Also refused: inStride < inNx, outStride < outNx. With equal sizes and equal strides
+ * inNx*inNy consecutive floats are copied, whatever the strides are. */
+QV_API int QV_CALL Resample(int outNx, int outNy, int inNx, int inNy, const float* in, float* out,
+                            int inStride, int outStride);
+
+/* Cubic convolution over 4 x 4 samples; sx = inNx/outNx, sy = inNy/outNy. inStride is ignored, input rows
+ * start every inNx floats; outStride is not checked (at least outNx). With equal sizes inNx*inNy consecutive
+ * floats are copied. The last horizontal weight has the sign opposite to the usual kernel's: a constant v
+ * comes out as v*(1 + 2*t^2 - 2*t^3), t being the fraction of the column's position. Kept: callers rely on
+ * the values. Near the right and lower edges samples are repeated one position early. */
+QV_API int QV_CALL ResampleBicubic(int outNx, int outNy, int inNx, int inNy, const float* in, float* out,
+                                   int inStride, int outStride);
+
+/* ====================================================================================================
+ * Spectra
+ *
+ * Radix-2 transforms of a width x height grid. Sizes that are no power of two are padded: padded(n) is n
+ * itself when it is a power of two, else the next power of two (300 gives 512). The heights, less the mean of
+ * all samples, lie in the padded grid at column (padded(width) - width)/2 and row (padded(height) - height)/2
+ * (integer divisions); the rest is 0. Heights to spectrum uses the kernel exp(+2 pi i jk/n) and is not
+ * scaled; spectrum to heights uses exp(-2 pi i jk/n) and divides by the number of samples. Every stage of a
+ * transform is rounded to float.
+ *
+ * No sample counts as missing: -1e10 enters the mean and the transform, and a NaN spreads everywhere. Replace
+ * such samples first (ReplaceBadSamplesWithMinimum). The samples of the mean are counted in a float, so grids
+ * of more than 2^24 samples are divided by 2^24.
+ *
+ * A spectrum is a row-major grid of pairs, real then imaginary part: the term of column c and row r starts at
+ * float 2*(r*columns + c).
+ *
+ * All return 0, or one of four statuses when memory runs out, with the output untouched: 2 and 3 for the row
+ * pointers and the samples of the real part, 4 and 5 for those of the imaginary part. A padded size of 2^31
+ * gives 3. Work memory: about 8 bytes per padded sample. A width or height below 1 gives 0 and writes
+ * nothing. The output may be the input array where it is large enough: all input is read before output is
+ * written. Any thread. Not checked: pointers.
+ * ==================================================================================================== */
+
+/* The spectrum of a height map. spectrum: 2 * padded(width) * padded(height) floats; columns = padded(width).
+ * The term of frequency zero comes first, at (0, 0). */
+QV_API unsigned QV_CALL ComputeFFTGrid(const float* heights, int width, int height, float* spectrum);
+
+/* The heights of a spectrum of width x height terms (the padded sizes of ComputeFFTGrid; note the order of
+ * the arguments): width*height floats, the padded grid without its mean. Imaginary parts are dropped. Of a
+ * size that is no power of two, say 2^m < width < 2^(m+1), only the first 2^m terms of each row (of each
+ * column) are transformed; the others pass unchanged. */
+QV_API unsigned QV_CALL DoFFTInverse(int width, int height, const float* spectrum, float* heights);
+
+/* The amplitudes |X| of the spectrum (not their squares, in spite of the name; not scaled), rotated so that
+ * frequency zero lies at column padded(width)/2 and row padded(height)/2 of the padded grid, of which the
+ * middle is written: spectrum holds width*height floats, and column c of it is column c + (padded(width) -
+ * width)/2 of the rotated grid (rows alike). With padded sizes the highest frequencies are thus cut off.
+ * linear 0: log10 of the amplitude, and 0 where the amplitude is 0. Unit: that of the heights, or decades of
+ * it. */
+QV_API unsigned QV_CALL PowerSpectrum(const float* heights, int width, int height, int linear,
+                                      float* spectrum);
+
+/* The circular autocorrelation of the padded grid: the sum over all positions of f(x, y)*f(x+dx, y+dy),
+ * neither divided by the number of samples nor by its value at lag zero. correlation holds width*height
+ * floats, cut from the middle as in PowerSpectrum; lag zero lies at column padded(width)/2 - (padded(width) -
+ * width)/2 (rows alike). Unit: the square of that of the heights. */
+QV_API unsigned QV_CALL Autocorrelate(const float* heights, int width, int height, float* correlation);
+
+/* Filters by frequency and writes width*height heights, the mean of which is not added back. R is half the
+ * larger padded size, k the rounded distance in bins from frequency zero, p = parameter1: 2, 3  Butterworth
+ * of first order, low and high pass: gain 1/(1 + 0.414*q) and 1 less that, q = (k/(R*p))^2 4, 5  Gaussian,
+ * low and high pass: gain exp(-k*k/(2*s*s)) and 1 less that, s = R*p/sqrt(ln 2) 0, 1  ideal, measured from
+ * the wrong end: the distance d of a term (truncated) is taken from the middle of the array, where the
+ * highest frequencies lie; 0 clears the terms with d/R > p, which takes the long waves away, and 1 clears
+ * those with d/R < p, which takes the short ones away Any other type passes the heights, less their mean.
+ * parameter2 is not read. The gains of types 2 to 5 are mirrored one bin off the conjugate terms, so that the
+ * result is slightly asymmetric, and leave a grid of one row or one column unchanged. Besides the statuses
+ * above, 5 when the tables of the gains find no memory. */
+QV_API unsigned QV_CALL FFTFilter(const float* heights, int width, int height, int filterType,
+                                  float parameter1, float parameter2, float* filtered);
+
+/* ====================================================================================================
+ * Contours and sections
+ * ==================================================================================================== */
+
+/* The line of one level through a height map, as unconnected straight segments x1, y1, x2, y2. The sample of
+ * column i and row j lies at (xCoordinates[i], yCoordinates[j]): width and height coordinates, of any
+ * spacing. Each cell is split into four triangles around its centre (the mean of its corners), of which each
+ * gives at most one segment; they come row by row, cell by cell. Returns the number of segments (0 for a
+ * width or height below 2). segments: room for the worst case of 4 segments per cell, 16*(width-1)*(height-1)
+ * values. A triangle side that lies exactly on the level is emitted by both triangles that share it, and a
+ * cell that is flat on the level emits its four sides; so flat regions give each inner side twice. No sample
+ * counts as missing: contours run around -1e10 as around any height. Any thread. Not checked: pointers,
+ * capacity. */
+QV_API int QV_CALL ComputeContours(const double* heights, int width, int height, const double* xCoordinates,
+                                   const double* yCoordinates, double level, double* segments);
+
+/* As ComputeContours for floats, but a cell with a corner missing by bit pattern gives nothing. The sign of a
+ * NaN height counts as on the level. Heights relative to the level are rounded to float. */
+QV_API int QV_CALL ComputeContoursf(const float* heights, int width, int height, const float* xCoordinates,
+                                    const float* yCoordinates, float level, float* segments);
+
+/* A profile along a row (direction 0, profile: width floats) or along a column (direction 1, height floats,
+ * from the last row to the first). position is the fraction 0..1 across the rows (columns): the centre is
+ * position*(height-1). The band runs from floor(centre - halfBand) to floor(centre + halfBand), both clamped
+ * to the grid. When that is one line, the profile is interpolated linearly between it and the next; a missing
+ * sample gives -1e10, a missing neighbour the sample itself. Otherwise it is the greatest (bandMode 0), the
+ * mean (1, in single precision) or the smallest (2) of the band's samples, missing by value skipped; where
+ * there are none it is -1e32, a NaN or 1e32. Another bandMode leaves the values of a band as they were,
+ * another direction does nothing at all. Finally every value other than -1e10 is multiplied by scale, those
+ * just mentioned too. A sample of the single line is missing by bit pattern; in direction 1 by value (its
+ * neighbour by bit pattern). `unused` is not read. Returns 0. Any thread. Not checked: pointers. */
+QV_API unsigned QV_CALL ComputeCrossSectionProfile(int width, int height, int direction, int bandMode,
+                                                   int unused, float position, float halfBand,
+                                                   const float* heights, float* profile, float scale);
+
+/* Draws the cut of `count` triangles (9 doubles each: three vertices x, y, z) by a plane, one pair of
+ * GL_LINES vertices per cut triangle. normal and point hold 3 doubles. GIVE A UNIT NORMAL: the direction of
+ * the plane comes from normal/|normal|, its offset from -normal*point without that division, so a longer
+ * normal cuts elsewhere. A triangle that lies in the plane or only touches it draws nothing. One with a
+ * vertex in the plane between the two others is drawn, unless that is its first or second vertex, the third
+ * lies below and the other above. Returns 0. GL thread. */
+QV_API unsigned QV_CALL ComputeCrossSectionLines(const double* triangles, const double* normal,
+                                                 const double* point, int count);
 
 /* ====================================================================================================
  * Mesh import
@@ -589,8 +795,8 @@ QV_API unsigned QV_CALL RenderContourLinesf(const float* segments, float level, 
  * polygon modes of both faces are restored; the colour stays black. */
 QV_API unsigned QV_CALL RenderSideWalls(const double* h, int width, int height, int step, double zScale);
 
-/* As RenderSideWalls with float samples. The back wall (last row) lies at y = yBack, the front wall (row 0) at
- * yBack - ySize; the left wall at x = xOffset, the right wall at xOffset + xSize. The polygon mode stays
+/* As RenderSideWalls with float samples. The back wall (last row) lies at y = yBack, the front wall (row 0)
+ * at yBack - ySize; the left wall at x = xOffset, the right wall at xOffset + xSize. The polygon mode stays
  * GL_FILL. */
 QV_API unsigned QV_CALL RenderSideWallsf(const float* h, int width, int height, int step, float zScale,
                                          float xOffset, float yBack, float xSize, float ySize);
@@ -628,14 +834,14 @@ QV_API unsigned QV_CALL RenderSilhouetteLines(const float* h, int width, int hei
  * ==================================================================================================== */
 
 /* One point per sample: xyz holds 3*width*height values, sample order. x as RenderSurfacef places it, y =
- * yTop - (height-1-j)*ySize/(height-1), so that the last row lies at yTop; z = zScale*h, or -1e10, not scaled,
- * where the sample is missing. Any thread. */
+ * yTop - (height-1-j)*ySize/(height-1), so that the last row lies at yTop; z = zScale*h, or -1e10, not
+ * scaled, where the sample is missing. Any thread. */
 QV_API unsigned QV_CALL CreateSurfaceXYZ(float* xyz, const float* h, int width, int height, float zScale,
                                          float xOffset, float yTop, float xSize, float ySize);
 
-/* Two triangles per cell, each its own primitive of `mode`, unless a corner is missing. The lower one, (i, j),
- * (i+1, j), (i, j+1), has the name j*width + i; the upper one, (i+1, j), (i+1, j+1), (i, j+1), has the name
- * width*height + j*width + i. GL thread. */
+/* Two triangles per cell, each its own primitive of `mode`, unless a corner is missing. The lower one, (i,
+ * j), (i+1, j), (i, j+1), has the name j*width + i; the upper one, (i+1, j), (i+1, j+1), (i, j+1), has the
+ * name width*height + j*width + i. GL thread. */
 QV_API unsigned QV_CALL RenderTrianglesForSelection(const float* h, int width, int height, unsigned mode,
                                                     float zScale, float xOffset, float yOffset, float xSize,
                                                     float ySize);
@@ -710,8 +916,8 @@ QV_API int QV_CALL RenderImmediateMode(int stripCount, const int* stripStarts, c
  * ==================================================================================================== */
 
 /* Reads, compiles and links the two files into a slot, whose previous objects are deleted first. Returns 0 on
- * success; 1 where a name is empty or null, the slot is none, or the vertex shader object cannot be created; 2
- * where the fragment shader object cannot; 3 and 4 where the vertex or the fragment shader does not compile
+ * success; 1 where a name is empty or null, the slot is none, or the vertex shader object cannot be created;
+ * 2 where the fragment shader object cannot; 3 and 4 where the vertex or the fragment shader does not compile
  * (its log contains "fail", in any letter case). What was created before a failure is deleted by the next
  * ReleaseShader or InitShaders of the slot. A file that cannot be read is an empty source. Failure to link is
  * not detected. */
@@ -767,23 +973,23 @@ QV_API void QV_CALL SetupATIStencilShadows(void);
  * Ambient occlusion, checkerboard
  * ==================================================================================================== */
 
-/* A cheap estimate on the grid: every sample is darkened by the samples of the 7 x 7 window around it that are
- * higher, each by half its height difference over its distance in samples. ao holds width*height values: 1
- * minus the sum, or 0.2 where the sum is above 0.8. Heights are used as they stand, so the result depends on
- * their unit: scale them first. A missing neighbour is never higher; a missing sample gets 0.2 where any
+/* A cheap estimate on the grid: every sample is darkened by the samples of the 7 x 7 window around it that
+ * are higher, each by half its height difference over its distance in samples. ao holds width*height values:
+ * 1 minus the sum, or 0.2 where the sum is above 0.8. Heights are used as they stand, so the result depends
+ * on their unit: scale them first. A missing neighbour is never higher; a missing sample gets 0.2 where any
  * sample of its window was measured. `unused` is not read. Returns 0. Any thread. Not checked: pointers. */
 QV_API unsigned QV_CALL ComputeAmbientOcclusionArray(int unused, int width, int height, const float* h,
                                                      float* ao);
 
 /* Ambient occlusion of a triangle mesh: per vertex the share of the hemisphere about its normal, weighted by
- * the cosine, that is not hidden by the mesh, in 0..1 (ao: vertexCount values), and the mean direction of what
- * is not hidden, of unit length (directions: 3*vertexCount values). vertices and normals hold 3 floats per
- * vertex. The connectivity arguments are the number of triangles, passed as a pointer-sized number below
+ * the cosine, that is not hidden by the mesh, in 0..1 (ao: vertexCount values), and the mean direction of
+ * what is not hidden, of unit length (directions: 3*vertexCount values). vertices and normals hold 3 floats
+ * per vertex. The connectivity arguments are the number of triangles, passed as a pointer-sized number below
  * 2^31, and a pointer to 3 unsigned vertex numbers per triangle, in either order (in 32-bit processes, and on
  * Windows, the number comes first). With anything else, nulls included, or with a vertex number out of range,
  * occlusion is estimated from the vertices and normals alone. Deterministic, with 512 rays per vertex: of the
- * order of a minute for a million triangles. Returns 0, or 1 where the generator cannot start; where memory is
- * short, 0 without results. Any thread. */
+ * order of a minute for a million triangles. Returns 0, or 1 where the generator cannot start; where memory
+ * is short, 0 without results. Any thread. */
 QV_API unsigned QV_CALL ComputeAmbientOcclusionData(const float* vertices, const float* normals,
                                                     int vertexCount, const void* connectivity1,
                                                     const void* connectivity2, float* ao, float* directions);

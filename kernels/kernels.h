@@ -241,16 +241,18 @@ struct ContourKernels {
 
 /// The greatest, the mean or the smallest (in this order) of a band of neighbouring lines, without the
 /// samples missing by value: out[k] from `lines` samples, in order. Sums are single precision.
-struct ProfileKernels {
+struct BandKernels {
   using Band = void (*)(const float* first, std::ptrdiff_t lines, std::ptrdiff_t stride, std::ptrdiff_t count,
                         float* out);
   Band rows[3];     ///< out[k] from first[k + i * stride]
   Band columns[3];  ///< out[k] from first[k * stride + i]
+};
+
 /// Ambient occlusion on a grid.
 struct OcclusionKernels {
   /// One row of the 7 x 7 estimate. rows: the seven rows of the window, the middle one the row itself,
-  /// widened; column 0 is at index 3. They reach 6 values beyond the next multiple of 16 columns; what is no
-  /// sample is minus infinity.
+  /// widened; column 0 is at index 3. They reach 6 values beyond the next multiple of 16 columns; what is
+  /// no sample is minus infinity.
   void (*row)(const double* const* rows, std::ptrdiff_t width, float* ao);
 };
 
@@ -290,20 +292,21 @@ struct OcclusionRayKernels {
 };
 
 // Every family of kernels: the type of its table and its name.
-#define QV_KERNEL_FAMILIES(FAMILY) \
-  FAMILY(StatisticsKernels, statistics) \
-  FAMILY(ArrayKernels, arrays) \
-  FAMILY(NormalsKernels, normals) \
-  FAMILY(WindowMeanKernels, windowMeans) \
+#define QV_KERNEL_FAMILIES(FAMILY)             \
+  FAMILY(StatisticsKernels, statistics)        \
+  FAMILY(ArrayKernels, arrays)                 \
+  FAMILY(NormalsKernels, normals)              \
+  FAMILY(WindowMeanKernels, windowMeans)       \
   FAMILY(WindowExtremeKernels, windowExtremes) \
-  FAMILY(WindowRankKernels, windowRanks) \
-  FAMILY(SmoothingKernels, smoothing) \
-  FAMILY(ProfileKernels, profiles) \
-  FAMILY(ResamplingKernels, resampling) \
-  FAMILY(FftKernels, fft) \
-  FAMILY(SpectraKernels, spectra) \
-  FAMILY(ContourKernels, contours) \
-  FAMILY(OcclusionKernels, occlusion) \
+  FAMILY(WindowRankKernels, windowRanks)       \
+  FAMILY(SmoothingKernels, smoothing)          \
+  FAMILY(ProfileKernels, profiles)             \
+  FAMILY(ResamplingKernels, resampling)        \
+  FAMILY(FftKernels, fft)                      \
+  FAMILY(SpectraKernels, spectra)              \
+  FAMILY(ContourKernels, contours)             \
+  FAMILY(BandKernels, bands)                   \
+  FAMILY(OcclusionKernels, occlusion)          \
   FAMILY(OcclusionRayKernels, occlusionRays)
 
 struct KernelTable {
