@@ -121,7 +121,7 @@ class TileRanks {
   /// Turns counts into places. False where all the keys agree in the digit.
   bool StartDigit(int digit, Bits first, std::ptrdiff_t count) {
     std::uint32_t* places = places_[digit];
-    if (places[first] == count) return false;
+    if (static_cast<std::ptrdiff_t>(places[first]) == count) return false;
     std::uint32_t total = 0;
     for (int value = 0; value < kDigitValues; ++value) {
       const std::uint32_t here = places[value];
