@@ -13,7 +13,8 @@
 
 namespace qv::filters {
 
-// Beyond the length of any line the half-width counts in the weight alone, so indices need not reach that far.
+// Beyond the length of any line the half-width counts in the weight alone, so indices need not reach that
+// far.
 Window::Window(int halfWidth)
     : m(std::min<std::ptrdiff_t>(halfWidth, PTRDIFF_MAX / 4)),
       length(2 * m + 1),
