@@ -10,7 +10,8 @@ namespace qv::kernels::QV_KERNEL_ISA {
 
 template <class T>
 struct VectorOf {
-  typedef T Type __attribute__((vector_size(64)));
+  using Type __attribute__((vector_size(64))) = T;
+  static_assert(sizeof(Type) == 64);
   static constexpr std::ptrdiff_t kCount = 64 / static_cast<std::ptrdiff_t>(sizeof(T));
 };
 

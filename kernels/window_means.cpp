@@ -90,8 +90,8 @@ QV_INLINE void ForEachMarkedRow(const Window& window, const float* in, float* ou
     WindowSums<double> sliding(side, side, strip.count);
     SlidingWindow<Either, std::uint8_t> marks(side, side, strip.count);
     Scratch<double> sums(strip.count);
-    const std::uint8_t* missing = nullptr;
     if (!sliding.Ready() || !marks.Ready() || sums.Data() == nullptr) return;
+    const std::uint8_t* missing = marks.Row();
     std::ptrdiff_t marked = 0;
     ForEachRow(window, strip, in, sliding, [&](std::ptrdiff_t top, std::ptrdiff_t j) {
       for (; marked < top + side; ++marked) {
