@@ -117,6 +117,7 @@ void MeanResidual(const Window& window, const float* in, float* out, float* resi
       const double mean = Quotient(row.sums[i], window.divisor);
       const float stored = Canonical(static_cast<float>(mean));
       const float difference = Canonical(static_cast<float>(row.topLeft[i] - mean));
+      // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): Ready() has been asked
       row.out[i] = row.missing[i] ? kBad : stored;
       row.residual[i] = row.missing[i] ? kBad : difference;
     }
@@ -158,6 +159,7 @@ void Laplacian(const Window& window, const float* in, float* out, float* residua
     }
     if (infinite == 0) return;
     for (std::ptrdiff_t i = 0; i < row.count; ++i) {
+      // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): Ready() has been asked
       if (row.missing[i] || !IsInfinite(row.centre[i])) continue;
       StoreLaplacian(row, i, SumAroundInfiniteCentre(window, row.topLeft + i), window.divisor);
     }
