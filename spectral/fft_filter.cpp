@@ -29,6 +29,8 @@ void MultiplyByGains(const WorkGrid& grid, Gain gain) {
   for (int r = 0; r < halfRows; ++r) {
     for (int c = 0; c < halfColumns; ++c) {
       const double square = static_cast<double>(r) * r + static_cast<double>(c) * c;
+      // Half up after the addition's own rounding: lround would differ just below .5.
+      // NOLINTNEXTLINE(bugprone-incorrect-roundings)
       gains[static_cast<std::size_t>(c)] = table[static_cast<std::size_t>(std::sqrt(square) + 0.5)];
     }
     for (const qv::spectral::Rows* part : {&grid.real, &grid.imaginary}) {
