@@ -13,8 +13,10 @@
 namespace qv3d {
 namespace {
 
-std::string Csv(const HeightMap& map) {
-  std::string text;
+std::string Csv(const HeightMap& map, const std::string& unit) {
+  // The extent of all cells, as image programs state it: the reader gets the spacing back from it.
+  std::string text = fmt::format("# Width: {:.12g} {}\n# Height: {:.12g} {}\n# Value units: {}\n",
+                                 map.width * map.SpacingX(), unit, map.height * map.SpacingY(), unit, unit);
   const auto out = std::back_inserter(text);
   for (int row = 0; row < map.height; ++row) {
     for (int column = 0; column < map.width; ++column) {
@@ -68,12 +70,12 @@ void RequireGridFormat(const std::filesystem::path& path) {
                 fmt::format("{}: the output must end in .csv, .xyz or .png", path.string()));
 }
 
-void WriteGrid(const std::filesystem::path& path, const HeightMap& map) {
+void WriteGrid(const std::filesystem::path& path, const HeightMap& map, const std::string& unit) {
   const std::string extension = path.extension().string();
   if (extension == ".png") {
     WriteGrey(path, map);
   } else {
-    WriteWholeFile(path, extension == ".csv" ? Csv(map) : Xyz(map));
+    WriteWholeFile(path, extension == ".csv" ? Csv(map, unit) : Xyz(map));
   }
 }
 

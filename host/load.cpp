@@ -3,7 +3,39 @@
 #include <cstdio>
 #include <fmt/format.h>
 
+#include "grid_file.h"
+
 namespace qv3d {
+namespace {
+
+void ReadMesh(const ImportOptions& options, LoadedMap& loaded, Progress& progress) {
+  progress.Phase("checking the file");
+  loaded.prepared = PrepareMesh(options.file, options.prepare);
+  ImportedMap imported = ImportMesh(loaded.prepared, options.grid, options.limits, progress);
+  loaded.mesh = std::move(imported.mesh);
+  loaded.map = std::move(imported.map);
+  loaded.missing = CountMissing(loaded.map);
+  PrintRemarks(loaded.prepared, loaded.mesh.messages);
+  if (loaded.missing == loaded.map.heights.size()) {
+    throw Failure(ExitCode::kNotComputable, "every sample is missing: no triangle lies over the grid",
+                  "qv3d info FILE tells more about the mesh.");
+  }
+}
+
+void ReadMap(const ImportOptions& options, LoadedMap& loaded, Progress& progress) {
+  if (options.grid.nx != 0 || options.grid.ny != 0) {
+    throw Failure(ExitCode::kUsage, "--nx and --ny are for meshes: a height map has its samples already",
+                  "qv3d resample changes their number.");
+  }
+  progress.Phase("reading the height map");
+  loaded.map = ReadGrid(options.file, options.unit, options.grid.spacing);
+  loaded.missing = CountMissing(loaded.map);
+  if (loaded.missing == loaded.map.heights.size()) {
+    throw Failure(ExitCode::kNotComputable, "every sample of the height map is missing");
+  }
+}
+
+}  // namespace
 
 void PrintRemarks(const PreparedMesh& prepared, const std::string& libraryMessages) {
   const bool mended = !prepared.actions.empty();
@@ -18,16 +50,11 @@ void PrintRemarks(const PreparedMesh& prepared, const std::string& libraryMessag
 
 LoadedMap LoadHeightMap(const ImportOptions& options, Progress& progress) {
   LoadedMap loaded;
-  progress.Phase("checking the file");
-  loaded.prepared = PrepareMesh(options.file, options.prepare);
-  ImportedMap imported = ImportMesh(loaded.prepared, options.grid, options.limits, progress);
-  loaded.mesh = std::move(imported.mesh);
-  loaded.map = std::move(imported.map);
-  loaded.missing = CountMissing(loaded.map);
-  PrintRemarks(loaded.prepared, loaded.mesh.messages);
-  if (loaded.missing == loaded.map.heights.size()) {
-    throw Failure(ExitCode::kNotComputable, "every sample is missing: no triangle lies over the grid",
-                  "qv3d info FILE tells more about the mesh.");
+  loaded.fromMesh = !IsGridFile(options.file);
+  if (loaded.fromMesh) {
+    ReadMesh(options, loaded, progress);
+  } else {
+    ReadMap(options, loaded, progress);
   }
   // The plane is fitted to what was measured; only then are holes filled.
   if (options.level) loaded.plane = Level(loaded.map);

@@ -1,7 +1,10 @@
 // From a file to a height map that is ready to be measured or drawn.
 #pragma once
 
-#include "commands/commands.h"
+#include <filesystem>
+#include <string>
+
+#include "child_process.h"
 #include "height_map.h"
 #include "progress.h"
 #include "safe_import.h"
@@ -9,7 +12,21 @@
 
 namespace qv3d {
 
+/// Which surface is wanted, and how a file becomes one.
+struct ImportOptions {
+  std::filesystem::path file;
+  PrepareOptions prepare;
+  ChildLimits limits;
+  GridRequest grid;
+  std::string unit = "mm";
+  bool fill = false;
+  bool level = true;
+  bool json = false;
+  bool quiet = false;
+};
+
 struct LoadedMap {
+  bool fromMesh = true;  ///< otherwise the file was a height map, and the next two are empty
   PreparedMesh prepared;
   MeshFacts mesh;
   HeightMap map;            ///< filled and levelled as asked for
@@ -21,7 +38,8 @@ struct LoadedMap {
   }
 };
 
-/// Checks, mends, imports, fills and levels. Warnings go to the standard error stream.
+/// Reads a height map, or checks, mends and imports a mesh; then levels and fills. Warnings go to the
+/// standard error stream.
 LoadedMap LoadHeightMap(const ImportOptions& options, Progress& progress);
 
 /// Prints what the check found short of errors, what was mended, and what the library remarked.

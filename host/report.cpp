@@ -77,6 +77,18 @@ Json JsonOfGrid(const LoadedMap& loaded) {
           {"missingShare", loaded.MissingShare()}};
 }
 
+Json JsonOfSource(const ImportOptions& options, const LoadedMap& loaded) {
+  Json json = {{"file", options.file.string()}, {"unit", options.unit}};
+  if (loaded.fromMesh) {
+    json["mesh"] = JsonOf(loaded.mesh);
+    json["mended"] = loaded.prepared.actions;
+  }
+  json["grid"] = JsonOfGrid(loaded);
+  json["filled"] = options.fill;
+  json["levelled"] = options.level;
+  return json;
+}
+
 std::vector<TableRow> RowsOf(const Statistics& s, const std::string& fileUnit) {
   const Unit unit = HandyUnit(fileUnit, s.sz);
   const auto number = [](float value) {

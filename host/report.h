@@ -18,6 +18,9 @@ Json JsonOf(const StlCheck& check);
 Json JsonOf(const Statistics& statistics);
 Json JsonOfGrid(const LoadedMap& loaded);
 
+/// What every command says first: the file, its unit, the mesh if it is one, and what became of it.
+Json JsonOfSource(const ImportOptions& options, const LoadedMap& loaded);
+
 /// A float as the shortest number that means it.
 Json ShortNumber(float value);
 

@@ -28,6 +28,15 @@ bool IsKnownUnit(const std::string& fileUnit) {
   return fileUnit == "in" || FindMetric(fileUnit) != nullptr;
 }
 
+double UnitInMetres(const std::string& name) {
+  if (name == "in") return 0.0254;
+  for (const char* micro : {"µm", "\xce\xbcm", "\xb5m"}) {
+    if (name == micro) return 1e-6;
+  }
+  const Metric* const unit = FindMetric(name);
+  return unit == nullptr ? 0 : unit->metres;
+}
+
 Unit HandyUnit(const std::string& fileUnit, double length) {
   const Metric* const file = FindMetric(fileUnit);
   if (file == nullptr) return {fileUnit, 1};

@@ -13,6 +13,9 @@ struct Unit {
 /// True for m, mm, um, nm and in: what an STL file's numbers may be in.
 bool IsKnownUnit(const std::string& fileUnit);
 
+/// Metres in one of these units; 0 for a name that is none. Takes µm in the spellings that files have.
+double UnitInMetres(const std::string& name);
+
 /// The unit in which a length of this size (in the file's unit) is a handy number.
 Unit HandyUnit(const std::string& fileUnit, double length);
 

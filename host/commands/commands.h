@@ -1,55 +1,24 @@
-// The subcommands of qv3d: their options, and the functions that carry them out. Each throws Failure or
-// returns.
+// The subcommands of qv3d. Each function declares one: its options and, when it was given, what is to be run.
 #pragma once
 
-#include <filesystem>
-#include <string>
-#include <vector>
+#include <functional>
 
-#include "child_process.h"
-#include "offscreen.h"
-#include "picture.h"
-#include "safe_import.h"
+namespace CLI {
+class App;
+}
 
 namespace qv3d {
 
-/// What all commands that read a mesh have in common.
-struct ImportOptions {
-  std::filesystem::path file;
-  PrepareOptions prepare;
-  ChildLimits limits;
-  GridRequest grid;
-  std::string unit = "mm";
-  bool fill = false;
-  bool level = true;
-  bool json = false;
-  bool quiet = false;
+/// What the command line asked for.
+struct Invocation {
+  std::function<void()> run;  ///< throws Failure or returns
+  bool json = false;          ///< whether results, and failures, are printed as JSON
 };
 
-struct Mesh2GridOptions {
-  ImportOptions import;
-  std::vector<std::filesystem::path> outputs;
-};
-
-struct RenderOptions {
-  ImportOptions import;
-  PictureOptions picture;
-  std::filesystem::path output;
-  GlBackend backend = GlBackend::kAutomatic;
-};
-
-struct DemoOptions {
-  std::filesystem::path folder = "qv3d-demo";
-  ChildLimits limits;
-  GlBackend backend = GlBackend::kAutomatic;
-  bool json = false;
-  bool quiet = false;
-};
-
-void RunInfo(const ImportOptions& options);
-void RunStats(const ImportOptions& options);
-void RunMesh2Grid(const Mesh2GridOptions& options);
-void RunRender(const RenderOptions& options);
-void RunDemo(const DemoOptions& options);
+void AddDemo(CLI::App& app, Invocation& invocation);
+void AddInfo(CLI::App& app, Invocation& invocation);
+void AddStats(CLI::App& app, Invocation& invocation);
+void AddMesh2Grid(CLI::App& app, Invocation& invocation);
+void AddRender(CLI::App& app, Invocation& invocation);
 
 }  // namespace qv3d

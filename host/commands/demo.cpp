@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 #include <system_error>
 
-#include "commands/commands.h"
+#include "commands/options.h"
 #include "failure.h"
 #include "load.h"
 #include "report.h"
@@ -11,6 +11,14 @@
 
 namespace qv3d {
 namespace {
+
+struct DemoOptions {
+  std::filesystem::path folder = "qv3d-demo";
+  ChildLimits limits;
+  GlBackend backend = GlBackend::kAutomatic;
+  bool json = false;
+  bool quiet = false;
+};
 
 constexpr const char* kUnit = "mm";
 constexpr const char* kMeshFile = "sample_part.stl";
@@ -151,8 +159,6 @@ void MakeFolder(const std::filesystem::path& folder) {
   }
 }
 
-}  // namespace
-
 void RunDemo(const DemoOptions& options) {
   const SamplePart part;
   const ImportOptions import = ImportOf(options);
@@ -181,6 +187,20 @@ void RunDemo(const DemoOptions& options) {
   fmt::print("\nwrote to {}:\n  {}\n", options.folder.string(), kMeshFile);
   for (const View& view : kViews) fmt::print("  {}\n", view.file);
   fmt::print("  report.json\n  report.html   <- open this one\n");
+}
+
+}  // namespace
+
+void AddDemo(CLI::App& app, Invocation& invocation) {
+  CLI::App& command =
+      *app.add_subcommand("demo", "Measure and draw a built-in sample part and write a report");
+  const auto options = std::make_shared<DemoOptions>();
+  command.add_option("-o,--output", options->folder, "Folder for the mesh, the pictures and the report")
+      ->capture_default_str();
+  AddLimits(command, options->limits);
+  AddOutputOptions(command, options->json, options->quiet);
+  AddBackend(command, options->backend);
+  OnCommand(command, invocation, options, RunDemo);
 }
 
 }  // namespace qv3d

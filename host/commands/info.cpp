@@ -1,7 +1,7 @@
 // qv3d info: what an STL file holds, and what stands in the way of measuring it.
 #include <fmt/format.h>
 
-#include "commands/commands.h"
+#include "commands/options.h"
 #include "failure.h"
 #include "load.h"
 #include "report.h"
@@ -44,8 +44,6 @@ void PrintText(const ImportOptions& options, const StlCheck& check, const MeshFa
   if (check.findings.empty()) fmt::print("In order.\n");
 }
 
-}  // namespace
-
 void RunInfo(const ImportOptions& options) {
   Progress progress(options.quiet);
   progress.Phase("checking the file");
@@ -69,6 +67,15 @@ void RunInfo(const ImportOptions& options) {
     PrintText(options, check, error == nullptr ? &mesh : nullptr);
   }
   if (error != nullptr) throw Failure(error->code, fmt::format("{}: not in order", options.file.string()));
+}
+
+}  // namespace
+
+void AddInfo(CLI::App& app, Invocation& invocation) {
+  CLI::App& command = *app.add_subcommand("info", "Tell what a mesh file holds and whether it is in order");
+  const auto options = std::make_shared<ImportOptions>();
+  AddFileOptions(command, *options, "An STL file, binary or ASCII");
+  OnCommand(command, invocation, options, RunInfo);
 }
 
 }  // namespace qv3d

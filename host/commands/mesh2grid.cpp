@@ -1,13 +1,19 @@
 // qv3d mesh2grid: a mesh as a height map in a file.
 #include <fmt/format.h>
 
-#include "commands/commands.h"
+#include "commands/options.h"
 #include "grid_file.h"
 #include "load.h"
 #include "report.h"
 #include "units.h"
 
 namespace qv3d {
+namespace {
+
+struct Mesh2GridOptions {
+  ImportOptions import;
+  std::vector<std::filesystem::path> outputs;
+};
 
 void RunMesh2Grid(const Mesh2GridOptions& options) {
   std::vector<std::filesystem::path> outputs = options.outputs;
@@ -18,16 +24,14 @@ void RunMesh2Grid(const Mesh2GridOptions& options) {
   progress.Phase("writing the grid");
   Json written = Json::array();
   for (const std::filesystem::path& output : outputs) {
-    WriteGrid(output, loaded.map);
+    WriteGrid(output, loaded.map, options.import.unit);
     written.push_back(output.string());
     progress.Tick();
   }
   progress.Finish();
   if (options.import.json) {
-    const Json json = {{"file", options.import.file.string()}, {"unit", options.import.unit},
-                       {"mesh", JsonOf(loaded.mesh)},          {"mended", loaded.prepared.actions},
-                       {"grid", JsonOfGrid(loaded)},           {"filled", options.import.fill},
-                       {"levelled", options.import.level},     {"written", written}};
+    Json json = JsonOfSource(options.import, loaded);
+    json["written"] = written;
     fmt::print("{}\n", json.dump(2));
     return;
   }
@@ -35,6 +39,23 @@ void RunMesh2Grid(const Mesh2GridOptions& options) {
   fmt::print("{} x {} samples, {:.4g} x {:.4g} {} apart, {:.2f} % missing\n", m.width, m.height, m.SpacingX(),
              m.SpacingY(), UnitName(options.import.unit), 100 * loaded.MissingShare());
   for (const std::filesystem::path& output : outputs) fmt::print("wrote {}\n", output.string());
+}
+
+}  // namespace
+
+void AddMesh2Grid(CLI::App& app, Invocation& invocation) {
+  CLI::App& command = *app.add_subcommand("mesh2grid", "Write a mesh as a height map");
+  const auto options = std::make_shared<Mesh2GridOptions>();
+  ImportOptions& import = options->import;
+  AddSurfaceOptions(command, import);
+  import.level = false;
+  command.add_flag("--level,!--no-level", import.level, "Subtract the least-squares plane")
+      ->group("Height map");
+  command.add_option(
+      "-o,--output", options->outputs,
+      "What to write: .csv (rows of heights), .xyz (points) or .png (grey levels); may be given several "
+      "times (default: FILE's name with .csv, here)");
+  OnCommand(command, invocation, options, RunMesh2Grid);
 }
 
 }  // namespace qv3d

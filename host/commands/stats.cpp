@@ -1,7 +1,7 @@
-// qv3d stats: the height statistics of a mesh.
+// qv3d stats: the height statistics of a surface.
 #include <fmt/format.h>
 
-#include "commands/commands.h"
+#include "commands/options.h"
 #include "load.h"
 #include "report.h"
 #include "units.h"
@@ -11,7 +11,8 @@ namespace {
 
 void PrintText(const ImportOptions& options, const LoadedMap& loaded, const Statistics& statistics) {
   const HeightMap& m = loaded.map;
-  fmt::print("{}: {} triangles\n", options.file.string(), loaded.mesh.triangles);
+  fmt::print("{}{}\n", options.file.string(),
+             loaded.fromMesh ? fmt::format(": {} triangles", loaded.mesh.triangles) : std::string());
   fmt::print("grid        {} x {} samples, {:.4g} x {:.4g} {} apart\n", m.width, m.height, m.SpacingX(),
              m.SpacingY(), UnitName(options.unit));
   fmt::print("missing     {} samples ({:.2f} %){}\n", loaded.missing, 100 * loaded.MissingShare(),
@@ -25,8 +26,6 @@ void PrintText(const ImportOptions& options, const LoadedMap& loaded, const Stat
   }
 }
 
-}  // namespace
-
 void RunStats(const ImportOptions& options) {
   Progress progress(options.quiet);
   const LoadedMap loaded = LoadHeightMap(options, progress);
@@ -37,13 +36,21 @@ void RunStats(const ImportOptions& options) {
     PrintText(options, loaded, statistics);
     return;
   }
-  const Json json = {
-      {"file", options.file.string()},   {"unit", options.unit},
-      {"mesh", JsonOf(loaded.mesh)},     {"mended", loaded.prepared.actions},
-      {"grid", JsonOfGrid(loaded)},      {"filled", options.fill},
-      {"levelled", options.level},       {"plane", {{"slopeX", loaded.plane.a}, {"slopeY", loaded.plane.b}}},
-      {"statistics", JsonOf(statistics)}};
+  Json json = JsonOfSource(options, loaded);
+  json["plane"] = {{"slopeX", loaded.plane.a}, {"slopeY", loaded.plane.b}};
+  json["statistics"] = JsonOf(statistics);
   fmt::print("{}\n", json.dump(2));
+}
+
+}  // namespace
+
+void AddStats(CLI::App& app, Invocation& invocation) {
+  CLI::App& command =
+      *app.add_subcommand("stats", "Measure a surface: Sa, Sq, Sp, Sv, Sz, Ssk, Sku, ten-point height");
+  const auto options = std::make_shared<ImportOptions>();
+  AddSurfaceOptions(command, *options);
+  AddLevelOption(command, *options);
+  OnCommand(command, invocation, options, RunStats);
 }
 
 }  // namespace qv3d

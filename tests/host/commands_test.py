@@ -109,7 +109,7 @@ class Mesh2Grid(ProgramTest):
         report = self.run_json("mesh2grid", file, "-o", "grid.csv", "-o", "grid.xyz", "--nx", "8", "--ny", "4")
         self.assertEqual(report["written"], ["grid.csv", "grid.xyz"])
         with open(self.path("grid.csv"), encoding="ascii") as csv:
-            rows = [[float(v) for v in line.split(",")] for line in csv]
+            rows = [[float(v) for v in line.split(",")] for line in csv if line[0] != "#"]
         self.assertEqual([len(row) for row in rows], [8] * 4)
         for j, row in enumerate(rows):
             for i, z in enumerate(row):
@@ -125,7 +125,7 @@ class Mesh2Grid(ProgramTest):
         file = self.write("corner.stl", binary_stl(mesh))
         self.run_program("mesh2grid", file, "-o", "g.csv", "-o", "g.xyz", "-o", "g.png", "--nx", "40")
         with open(self.path("g.csv"), encoding="ascii") as csv:
-            rows = [line.strip().split(",") for line in csv]
+            rows = [line.strip().split(",") for line in csv if line[0] != "#"]
         self.assertEqual(sum(row.count("nan") for row in rows), 400)
         self.assertEqual(rows[0][0], "nan")
         with open(self.path("g.xyz"), encoding="ascii") as xyz:
@@ -143,6 +143,43 @@ class Mesh2Grid(ProgramTest):
     def test_folder_that_is_not_there_is_2(self):
         file = self.write("sheet.stl", binary_stl(sheet(12)))
         self.run_program("mesh2grid", file, "-o", "no/such/folder.csv", status=2)
+
+
+class HeightMaps(ProgramTest):
+    def test_written_grid_measures_as_the_mesh_does(self):
+        file = self.write("sheet.stl", binary_stl(sheet(20)))
+        self.run_program("mesh2grid", file, "-o", "grid.csv", "--nx", "40")
+        of_mesh, of_grid = self.run_json("stats", file, "--nx", "40"), self.run_json("stats", "grid.csv")
+        self.assertEqual(of_grid["statistics"], of_mesh["statistics"])
+        self.assertAlmostEqual(of_grid["grid"]["spacingX"], of_mesh["grid"]["spacingX"], places=6)
+        self.assertNotIn("mesh", of_grid)
+
+    def test_separators_missing_samples_and_scales_are_understood(self):
+        rows = [[1e-6, 2e-6, 3e-6], [4e-6, None, 6e-6]]
+        for separator in (",", ";", "\t", "   "):
+            missing = "nan" if separator in ("\t", "   ") else ""
+            lines = [separator.join(missing if v is None else "%.1e" % v for v in row) for row in rows]
+            comments = "# Channel: heights\n# Width: 30 µm\n# Height: 10 µm\n# Value units: m\n"
+            self.write("grid.txt", (comments + "\r\n".join(lines) + "\n").encode())
+            report = self.run_json("stats", "grid.txt", "--unit", "um", "--no-level")
+            self.assertEqual(report["grid"]["missingSamples"], 1, separator)
+            self.assertAlmostEqual(report["grid"]["spacingX"], 10, places=5)
+            self.assertAlmostEqual(report["grid"]["spacingY"], 5, places=5)
+            self.assertAlmostEqual(report["statistics"]["Sp"], 6, places=5)
+
+    def test_spacing_can_be_given(self):
+        self.write("grid.csv", b"1,2,3\n4,5,6\n")
+        self.assertAlmostEqual(self.run_json("stats", "grid.csv", "--spacing", "0.25")["grid"]["spacingY"], 0.25)
+
+    def test_what_is_no_height_map_is_3(self):
+        for content in (b"", b"1,2\n", b"1,2\n3\n", b"1,2\n3,x\n", b"1,2\n3,4,\n", b"\x00\x01\n\x02\n"):
+            self.write("grid.csv", content)
+            self.assertIn("grid.csv", self.run_program("stats", "grid.csv", status=3).stderr)
+
+    def test_map_without_samples_is_4_and_mesh_options_are_1(self):
+        self.write("grid.csv", b"nan,nan\nnan,nan\n")
+        self.run_program("stats", "grid.csv", status=4)
+        self.run_program("stats", "grid.csv", "--nx", "10", status=1)
 
 
 class Streams(ProgramTest):

@@ -81,8 +81,8 @@ class BadFiles(ProgramTest):
     def test_other_formats(self):
         self.write("mesh.ply", b"ply\nformat ascii 1.0\nend_header\n")
         self.expect("mesh.ply", 2, "PLY file, which is not supported yet")
-        self.write("notes.txt", b"nothing to see here")
-        self.expect("notes.txt", 2, "not supported yet")
+        self.write("notes.doc", b"nothing to see here")
+        self.expect("notes.doc", 2, "not supported yet")
 
 
 class LibraryEnds(ProgramTest):

@@ -1,0 +1,49 @@
+// Options that several commands have, declared once.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "commands/commands.h"
+#include "load.h"
+#include "offscreen.h"
+#include "picture.h"
+
+namespace qv3d {
+
+void AddLimits(CLI::App& command, ChildLimits& limits);
+void AddOutputOptions(CLI::App& command, bool& json, bool& quiet);
+
+/// FILE, its unit, the limits of the import, --json and --quiet. `what` says which files may be given.
+void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what);
+
+/// As AddFileOptions, and how the file becomes a height map.
+void AddSurfaceOptions(CLI::App& command, ImportOptions& options);
+
+void AddLevelOption(CLI::App& command, ImportOptions& options);
+void AddBackend(CLI::App& command, GlBackend& backend);
+
+/// --size WxH of a picture.
+void AddSizeOption(CLI::App& command, PictureOptions& picture);
+
+template <class Options>
+bool WantsJson(const Options& options) {
+  if constexpr (requires { options.import.json; }) {
+    return options.import.json;
+  } else {
+    return options.json;
+  }
+}
+
+/// Lets `run` be called with the options once they have been read.
+template <class Options>
+void OnCommand(CLI::App& command, Invocation& invocation, std::shared_ptr<Options> options,
+               void (*run)(const Options&)) {
+  command.callback([&invocation, options, run] {
+    invocation.json = WantsJson(*options);
+    invocation.run = [options, run] { run(*options); };
+  });
+}
+
+}  // namespace qv3d
