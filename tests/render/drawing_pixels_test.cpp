@@ -12,63 +12,26 @@
 #include <GL/glew.h>
 
 #include "exports/QV_3D.h"
-#include "tests/support/offscreen.h"
+#include "tests/support/pixel_test.h"
 #include "tests/support/temporary_file.h"
 
 namespace {
 
-using qv::test::Image;
-using qv::test::Offscreen;
-using qv::test::Pixel;
+using namespace qv::test;
 
-constexpr int kPixels = 200, kSide = 21, kSamples = kSide * kSide;
 constexpr float kBad = -1e10F, kX = -0.5F, kY = 0.5F;  // the y offset is subtracted
-constexpr Pixel kBackground = {255, 0, 255}, kBlack = {0, 0, 0}, kWall = {80, 80, 80}, kGreen = {0, 255, 0};
-
-template <class Real = float>
-std::vector<Real> Grid(const std::function<double(double, double)>& f) {
-  std::vector<Real> values;
-  for (int k = 0; k < kSamples; ++k) {
-    values.push_back(
-        static_cast<Real>(f((k % kSide) / (kSide - 1.0), (k / kSide) / (kSide - 1.0))));  // NOLINT
-  }
-  return values;
-}
+constexpr Pixel kBlack = {0, 0, 0}, kWall = {80, 80, 80}, kGreen = {0, 255, 0};
 
 double Waves(double x, double y) {
   return 0.2 + 0.1 * std::sin(9 * x) * std::cos(7 * y);
 }
 
-bool Near(Pixel p, Pixel q, int tolerance) {
-  return std::abs(p.red - q.red) <= tolerance && std::abs(p.green - q.green) <= tolerance &&
-         std::abs(p.blue - q.blue) <= tolerance;
-}
-
-void ExpectPixel(const Image& image, int x, int y, Pixel expected, int tolerance = 0) {
-  const Pixel actual = image.At(x, y);
-  EXPECT_TRUE(Near(actual, expected, tolerance))
-      << "pixel " << x << ", " << y << " is " << actual.red << ' ' << actual.green << ' ' << actual.blue
-      << ", expected " << expected.red << ' ' << expected.green << ' ' << expected.blue;
-}
-
-class DrawingPixels : public ::testing::Test {
+class DrawingPixels : public qv::test::PixelTest {
  protected:
-  DrawingPixels() : screen(kPixels, kPixels) {}
-
   void SetUp() override {
-    ASSERT_EQ(screen.Problem(), "");
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    glOrtho(-0.5, 0.5, -0.5, 0.5, -10, 10);
-    glMatrixMode(GL_MODELVIEW);
-    glLoadIdentity();
-    glEnable(GL_DEPTH_TEST);
+    PixelTest::SetUp();
     glDepthFunc(GL_LEQUAL);
-    glClearColor(1, 0, 1, 1);
-    Clear();
   }
-
-  static void Clear() { glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT); }
 
   /// x to the right, z up, seen from the front.
   static void LookFromTheFront() { glRotatef(-90, 1, 0, 0); }
@@ -79,31 +42,6 @@ class DrawingPixels : public ::testing::Test {
     glRotatef(-60, 1, 0, 0);
     glRotatef(30, 0, 0, 1);
   }
-
-  /// The image so far. It is kept as a file beside the test, to be looked at.
-  Image Drawn() const {
-    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-    Image image = screen.Read();
-    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    qv::test::SaveImage(image, std::string(test->name()) + ".png");
-    return image;
-  }
-
-  static void UseColorMap() {
-    std::vector<std::uint8_t> map;
-    for (int i = 0; i < 256; ++i)
-      map.insert(map.end(), {static_cast<std::uint8_t>(i), 0, static_cast<std::uint8_t>(255 - i)});
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(GL_TEXTURE_1D, texture);
-    glTexImage1D(GL_TEXTURE_1D, 0, GL_RGB, 256, 0, GL_RGB, GL_UNSIGNED_BYTE, map.data());
-    glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glEnable(GL_TEXTURE_1D);
-    glColor3f(1, 1, 1);
-  }
-
-  Offscreen screen;
 };
 
 TEST_F(DrawingPixels, WallsSeenFromTheFront) {

@@ -12,29 +12,14 @@
 
 #include "exports/QV_3D.h"
 #include "render/shader_slots.h"
-#include "tests/support/offscreen.h"
+#include "tests/support/pixel_test.h"
 
 namespace {
 
-using qv::test::Image;
-using qv::test::Offscreen;
-using qv::test::Pixel;
+using namespace qv::test;
 
-constexpr int kPixels = 200;
-constexpr int kSide = 21;
-constexpr int kSamples = kSide * kSide;
 constexpr float kBad = -1e10F;
-constexpr Pixel kBackground = {255, 0, 255};
 constexpr float kX = -0.5F, kY = 0.5F;  // the y offset is subtracted
-
-std::vector<float> Grid(const std::function<double(double, double)>& f) {
-  std::vector<float> values;
-  for (int k = 0; k < kSamples; ++k) {
-    values.push_back(
-        static_cast<float>(f((k % kSide) / (kSide - 1.0), (k / kSide) / (kSide - 1.0))));  // NOLINT
-  }
-  return values;
-}
 
 std::vector<float> Normals(const std::vector<float>& h) {
   std::vector<float> normals(3 * h.size());
@@ -42,60 +27,9 @@ std::vector<float> Normals(const std::vector<float>& h) {
   return normals;
 }
 
-bool Near(Pixel p, Pixel q, int tolerance) {
-  return std::abs(p.red - q.red) <= tolerance && std::abs(p.green - q.green) <= tolerance &&
-         std::abs(p.blue - q.blue) <= tolerance;
-}
-
-#define EXPECT_PIXEL(image, x, y, tolerance, ...)                                                         \
-  do {                                                                                                    \
-    const Pixel actual = (image).At(x, y), expected = __VA_ARGS__;                                        \
-    EXPECT_TRUE(Near(actual, expected, tolerance))                                                        \
-        << "pixel " << (x) << ", " << (y) << " is " << actual.red << ' ' << actual.green << ' '           \
-        << actual.blue << ", expected " << expected.red << ' ' << expected.green << ' ' << expected.blue; \
-  } while (false)
-
-class SurfacePixels : public ::testing::Test {
+class SurfacePixels : public qv::test::PixelTest {
  protected:
-  SurfacePixels() : screen(kPixels, kPixels) {}
   ~SurfacePixels() override { qv::render::shaderSlots = {}; }
-
-  void SetUp() override {
-    ASSERT_EQ(screen.Problem(), "");
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    glOrtho(-0.5, 0.5, -0.5, 0.5, -10, 10);
-    glMatrixMode(GL_MODELVIEW);
-    glLoadIdentity();
-    glEnable(GL_DEPTH_TEST);
-    glClearColor(1, 0, 1, 1);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
-  }
-
-  /// The image so far. It is kept as a file beside the test, to be looked at.
-  Image Drawn() const {
-    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-    Image image = screen.Read();
-    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    qv::test::SaveImage(image, std::string(test->name()) + ".png");
-    return image;
-  }
-
-  static void UseColorMap() {
-    std::vector<std::uint8_t> map;
-    for (int i = 0; i < 256; ++i)
-      map.insert(map.end(), {static_cast<std::uint8_t>(i), 0, static_cast<std::uint8_t>(255 - i)});
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(GL_TEXTURE_1D, texture);
-    glTexImage1D(GL_TEXTURE_1D, 0, GL_RGB, 256, 0, GL_RGB, GL_UNSIGNED_BYTE, map.data());
-    glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
-    glEnable(GL_TEXTURE_1D);
-    glColor3f(1, 1, 1);
-  }
 
   static void UseLight(float x, float y, float z) {
     const float direction[] = {x, y, z, 0}, white[] = {1, 1, 1, 1}, black[] = {0, 0, 0, 1};
@@ -130,8 +64,6 @@ class SurfacePixels : public ::testing::Test {
     qv::render::shaderSlots.program[slot] = program;
     glUseProgramObjectARB(program);
   }
-
-  Offscreen screen;
 };
 
 TEST_F(SurfacePixels, InitGlewAndExtensions) {
@@ -154,10 +86,10 @@ TEST_F(SurfacePixels, LitRidgeWithColorMap) {
   const Image image = Drawn();
   EXPECT_EQ(image.Count(kBackground), 0);
   // The flanks are at 45 degrees: one faces the light, the other is in its own shadow.
-  EXPECT_PIXEL(image, 50, 5, 4, {6, 0, 249});
-  EXPECT_PIXEL(image, 50, 195, 4, {249, 0, 6});
-  EXPECT_PIXEL(image, 50, 100, 4, {128, 0, 127});
-  EXPECT_PIXEL(image, 150, 100, 4, {0, 0, 0});
+  ExpectPixel(image, 50, 5, {6, 0, 249}, 4);
+  ExpectPixel(image, 50, 195, {249, 0, 6}, 4);
+  ExpectPixel(image, 50, 100, {128, 0, 127}, 4);
+  ExpectPixel(image, 150, 100, {0, 0, 0}, 4);
 }
 
 TEST_F(SurfacePixels, HoleShowsTheBackground) {
@@ -169,11 +101,11 @@ TEST_F(SurfacePixels, HoleShowsTheBackground) {
   // Each of the four cells around the hole keeps the half away from it: two cells' worth is open.
   EXPECT_NEAR(image.Count(kBackground), 200, 25);
   EXPECT_EQ(image.Count(kBackground) + image.Count({0, 255, 0}), kPixels * kPixels);
-  EXPECT_PIXEL(image, 100, 100, 0, kBackground);
-  EXPECT_PIXEL(image, 107, 107, 0, {0, 255, 0});
-  EXPECT_PIXEL(image, 93, 93, 0, {0, 255, 0});
-  EXPECT_PIXEL(image, 92, 108, 0, {0, 255, 0});
-  EXPECT_PIXEL(image, 108, 92, 0, {0, 255, 0});
+  ExpectPixel(image, 100, 100, kBackground);
+  ExpectPixel(image, 107, 107, {0, 255, 0});
+  ExpectPixel(image, 93, 93, {0, 255, 0});
+  ExpectPixel(image, 92, 108, {0, 255, 0});
+  ExpectPixel(image, 108, 92, {0, 255, 0});
 }
 
 TEST_F(SurfacePixels, ClippingLeavesTheRange) {
@@ -186,10 +118,10 @@ TEST_F(SurfacePixels, ClippingLeavesTheRange) {
   const Image image = Drawn();
   // Columns 6 to 14 are in the range, at pixels 60 to 140.
   EXPECT_NEAR(image.Count(kBackground), 120 * kPixels, 2 * kPixels);
-  EXPECT_PIXEL(image, 55, 100, 0, kBackground);
-  EXPECT_PIXEL(image, 145, 100, 0, kBackground);
-  EXPECT_PIXEL(image, 65, 100, 4, {83, 0, 172});
-  EXPECT_PIXEL(image, 135, 100, 4, {173, 0, 82});
+  ExpectPixel(image, 55, 100, kBackground);
+  ExpectPixel(image, 145, 100, kBackground);
+  ExpectPixel(image, 65, 100, {83, 0, 172}, 4);
+  ExpectPixel(image, 135, 100, {173, 0, 82}, 4);
 }
 
 TEST_F(SurfacePixels, DecimationCoversTheWholeGrid) {
@@ -201,7 +133,7 @@ TEST_F(SurfacePixels, DecimationCoversTheWholeGrid) {
   EXPECT_EQ(image.Count(kBackground), 0);
   const int shade = static_cast<int>(std::lround(255 / std::sqrt(3.0)));  // the plane leans by (1, 1, 1)
   for (const int x : {2, 77, 198}) {
-    for (const int y : {2, 131, 198}) EXPECT_PIXEL(image, x, y, 2, {shade, shade, shade});
+    for (const int y : {2, 131, 198}) ExpectPixel(image, x, y, {shade, shade, shade}, 2);
   }
 }
 
@@ -211,10 +143,10 @@ TEST_F(SurfacePixels, GreyLevels) {
   RenderSurfaceWithColorsAndNormalsf(h.data(), Normals(h).data(), grey.data(), kSide, kSide, 1,
                                      GL_TRIANGLE_STRIP, 1, kX, kY, 1, 1);
   const Image image = Drawn();
-  EXPECT_PIXEL(image, 0, 0, 2, {1, 1, 1});
-  EXPECT_PIXEL(image, 100, 100, 2, {128, 128, 128});
-  EXPECT_PIXEL(image, 199, 199, 2, {254, 254, 254});
-  EXPECT_PIXEL(image, 199, 0, 2, {127, 127, 127});
+  ExpectPixel(image, 0, 0, {1, 1, 1}, 2);
+  ExpectPixel(image, 100, 100, {128, 128, 128}, 2);
+  ExpectPixel(image, 199, 199, {254, 254, 254}, 2);
+  ExpectPixel(image, 199, 0, {127, 127, 127}, 2);
 }
 
 TEST_F(SurfacePixels, RgbColors) {
@@ -227,10 +159,10 @@ TEST_F(SurfacePixels, RgbColors) {
   RenderSurfaceWithColorsAndNormalsf3(h.data(), Normals(h).data(), rgb.data(), kSide, kSide, 1, 1,
                                       GL_TRIANGLE_STRIP, 1, kX, kY, 1, 1);
   const Image image = Drawn();
-  EXPECT_PIXEL(image, 1, 1, 3, {2, 2, 128});
-  EXPECT_PIXEL(image, 198, 1, 3, {253, 2, 128});
-  EXPECT_PIXEL(image, 1, 198, 3, {2, 253, 128});
-  EXPECT_PIXEL(image, 100, 50, 3, {128, 64, 128});
+  ExpectPixel(image, 1, 1, {2, 2, 128}, 3);
+  ExpectPixel(image, 198, 1, {253, 2, 128}, 3);
+  ExpectPixel(image, 1, 198, {2, 253, 128}, 3);
+  ExpectPixel(image, 100, 50, {128, 64, 128}, 3);
 }
 
 TEST_F(SurfacePixels, DarkenedColor) {
@@ -239,9 +171,9 @@ TEST_F(SurfacePixels, DarkenedColor) {
   RenderSurfaceWithNormalsf4(h.data(), Normals(h).data(), kSide, kSide, 1, 1, GL_TRIANGLE_STRIP, 1, kX, kY, 1,
                              1, 0x0080FF, ao.data());
   const Image image = Drawn();
-  EXPECT_PIXEL(image, 199, 100, 2, {254, 128, 0});
-  EXPECT_PIXEL(image, 100, 100, 2, {128, 64, 0});
-  EXPECT_PIXEL(image, 0, 100, 2, {1, 0, 0});
+  ExpectPixel(image, 199, 100, {254, 128, 0}, 2);
+  ExpectPixel(image, 100, 100, {128, 64, 0}, 2);
+  ExpectPixel(image, 0, 100, {1, 0, 0}, 2);
 }
 
 TEST_F(SurfacePixels, ProjectedMapSeenThroughTheHole) {
@@ -257,9 +189,9 @@ TEST_F(SurfacePixels, ProjectedMapSeenThroughTheHole) {
                                     1);
   const Image image = Drawn();
   EXPECT_EQ(image.Count(kBackground), 0);
-  EXPECT_PIXEL(image, 20, 100, 0, {0, 255, 0});  // in front of the map
-  EXPECT_PIXEL(image, 60, 100, 4, {77, 0, 178});
-  EXPECT_PIXEL(image, 140, 100, 4, {179, 0, 76});
+  ExpectPixel(image, 20, 100, {0, 255, 0});  // in front of the map
+  ExpectPixel(image, 60, 100, {77, 0, 178}, 4);
+  ExpectPixel(image, 140, 100, {179, 0, 76}, 4);
 }
 
 TEST_F(SurfacePixels, ProjectedMapWithHoles) {
@@ -270,8 +202,8 @@ TEST_F(SurfacePixels, ProjectedMapWithHoles) {
                                      kX, kY, 1, 1);
   const Image image = Drawn();
   EXPECT_EQ(image.Count(kBackground), kPixels * kPixels / 2);
-  EXPECT_PIXEL(image, 98, 3, 1, {255, 0, 0});
-  EXPECT_PIXEL(image, 102, 3, 0, kBackground);
+  ExpectPixel(image, 98, 3, {255, 0, 0}, 1);
+  ExpectPixel(image, 102, 3, kBackground);
 }
 
 TEST_F(SurfacePixels, ImageDrapedOverTheSurface) {
@@ -289,10 +221,10 @@ TEST_F(SurfacePixels, ImageDrapedOverTheSurface) {
   RenderSurfaceWith2DTexturef2(h.data(), kSide, kSide, 1, 1, GL_TRIANGLE_STRIP, 1, kX, kY, 1, 1);
   const Image image = Drawn();
   EXPECT_EQ(image.Count(kBackground), 0);
-  EXPECT_PIXEL(image, 50, 50, 0, {255, 0, 0});
-  EXPECT_PIXEL(image, 150, 50, 0, {0, 255, 0});
-  EXPECT_PIXEL(image, 50, 150, 0, {0, 0, 255});
-  EXPECT_PIXEL(image, 150, 150, 0, {255, 255, 255});
+  ExpectPixel(image, 50, 50, {255, 0, 0});
+  ExpectPixel(image, 150, 50, {0, 255, 0});
+  ExpectPixel(image, 50, 150, {0, 0, 255});
+  ExpectPixel(image, 150, 150, {255, 255, 255});
   EXPECT_NEAR(image.Count({255, 0, 0}), kPixels * kPixels / 4, kPixels);
 }
 
@@ -303,7 +235,7 @@ TEST_F(SurfacePixels, ShaderTakesAmbientOcclusion) {
   RenderSurfaceWithNormalsf5(h.data(), Normals(h).data(), kSide, kSide, 1, 1, GL_TRIANGLE_STRIP, 1, kX, kY, 1,
                              1, 7, ao.data());
   const Image image = Drawn();
-  for (const int x : {5, 100, 195}) EXPECT_PIXEL(image, x, 100, 3, {x * 255 / 200, x * 255 / 200, 0});
+  for (const int x : {5, 100, 195}) ExpectPixel(image, x, 100, {x * 255 / 200, x * 255 / 200, 0}, 3);
 }
 
 TEST_F(SurfacePixels, ShaderTakesAmbientOcclusionWithTexture) {
@@ -313,7 +245,7 @@ TEST_F(SurfacePixels, ShaderTakesAmbientOcclusionWithTexture) {
   RenderSurfaceWithTextureAndNormalsf4(h.data(), Normals(h).data(), h.data(), kSide, kSide, 2, 2,
                                        GL_TRIANGLE_STRIP, 1, kX, kY, 1, 1, 0, ao.data());
   const Image image = Drawn();
-  for (const int y : {5, 100, 195}) EXPECT_PIXEL(image, 100, y, 3, {y * 255 / 200, y * 255 / 200, 0});
+  for (const int y : {5, 100, 195}) ExpectPixel(image, 100, y, {y * 255 / 200, y * 255 / 200, 0}, 3);
 }
 
 TEST_F(SurfacePixels, ShaderTakesAccessibility) {
@@ -333,7 +265,7 @@ TEST_F(SurfacePixels, DoublesInTheUnitFrame) {
   EXPECT_EQ(glIsEnabled(GL_NORMALIZE), GL_TRUE);
   const Image image = Drawn();
   EXPECT_EQ(image.Count(kBackground), 0);
-  EXPECT_PIXEL(image, 3, 197, 1, {128, 128, 128});
+  ExpectPixel(image, 3, 197, {128, 128, 128}, 1);
 }
 
 TEST_F(SurfacePixels, DoublesWithGreyAndTexture) {
@@ -344,12 +276,12 @@ TEST_F(SurfacePixels, DoublesWithGreyAndTexture) {
                                     1.0);
   const Image grey = Drawn();
   EXPECT_EQ(grey.Count(kBackground), 0);
-  EXPECT_PIXEL(grey, 199, 199, 1, {128, 128, 128});
+  ExpectPixel(grey, 199, 199, {128, 128, 128}, 1);
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   UseColorMap();
   RenderSurfaceWithTextureAndNormals(h.data(), normals.data(), half.data(), kSide, kSide, 6, GL_QUAD_STRIP,
                                      1.0);
-  EXPECT_PIXEL(Drawn(), 199, 199, 2, {128, 0, 127});
+  ExpectPixel(Drawn(), 199, 199, {128, 0, 127}, 2);
 }
 
 }  // namespace
