@@ -8,6 +8,7 @@ usage: summary.py result.json ...
 """
 
 import json
+import re
 import sys
 from collections import defaultdict
 
@@ -28,6 +29,11 @@ def medians(path):
         yield " ".join([case, *arguments]), contender, time
 
 
+def natural(item):
+    """Sizes as numbers: 3 before 15."""
+    return [(int(part), "") if part.isdigit() else (-1, part.lower()) for part in re.split(r"(\d+)", item[0])]
+
+
 def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
@@ -37,7 +43,7 @@ def main():
             cases[case][contender] = time
     print("| case | contender | ms | QV_3D / contender |")
     print("|---|---|---:|---:|")
-    for case, times in cases.items():
+    for case, times in sorted(cases.items(), key=natural):
         ours = times.get(OURS)
         for contender, time in sorted(times.items(), key=lambda item: (item[0] != OURS, item[0])):
             ratio = "" if ours is None or contender == OURS else f"{ours / time:.3f}"
