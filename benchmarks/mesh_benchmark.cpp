@@ -18,51 +18,20 @@
 #include <unistd.h>
 #include <vector>
 
+#include "benchmarks/bumpy_surface.h"
 #include "exports/QV_3D.h"
-#include "mesh/stl_reader.h"
-#include "tests/support/random_grid.h"
 #include "tests/support/stl_files.h"
 #include "tests/support/temporary_file.h"
 
 namespace {
 
-using qv::mesh::stl;
+using qv::benchmarks::BumpySurface;
+using qv::benchmarks::LoadMesh;
+using qv::benchmarks::Million;
 using qv::mesh::Triangle;
-using qv::mesh::Vertex;
-using Triangles = std::vector<Triangle>;
 
 constexpr int kIntervals = 1000;
 constexpr std::size_t kSamples = static_cast<std::size_t>(kIntervals + 1) * (kIntervals + 1);
-
-/// A bumpy surface over the unit square of 2 * columns * rows triangles, on an uneven lattice.
-Triangles BumpySurface(int columns, int rows) {
-  qv::test::Random random(7);
-  std::vector<Vertex> lattice;
-  for (int j = 0; j <= rows; ++j) {
-    for (int i = 0; i <= columns; ++i) {
-      const bool inside = i > 0 && i < columns && j > 0 && j < rows;
-      const double x = (i + (inside ? random.Between(-0.3, 0.3) : 0)) / columns;
-      const double y = (j + (inside ? random.Between(-0.3, 0.3) : 0)) / rows;
-      const double z = 0.02 * std::sin(40 * x) * std::cos(25 * y) + 0.001 * random.Unit();
-      lattice.push_back({static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)});
-    }
-  }
-  Triangles triangles;
-  for (int j = 0; j < rows; ++j) {
-    for (int i = 0; i < columns; ++i) {
-      const Vertex* v = &lattice[static_cast<std::size_t>(j) * static_cast<std::size_t>(columns + 1) +
-                                 static_cast<std::size_t>(i)];
-      triangles.push_back({v[0], v[1], v[columns + 2]});
-      triangles.push_back({v[0], v[columns + 2], v[columns + 1]});
-    }
-  }
-  return triangles;
-}
-
-const Triangles& Million() {
-  static const Triangles triangles = BumpySurface(1000, 500);
-  return triangles;
-}
 
 const char* BinaryFile() {
   static const qv::test::TemporaryFile file(qv::test::BinaryStl(Million()));
@@ -123,21 +92,11 @@ void ReadAssimp(benchmark::State& state, const char* name) {
   }
 }
 
-void LoadMillion() {
-  CleanUpSTL();
-  Triangle* storage = stl.StlTriangles.Extend(Million().size());
-  if (storage == nullptr) std::abort();
-  std::copy(Million().begin(), Million().end(), storage);
-  stl.StlTriangleCount = static_cast<int>(Million().size());
-  stl.StlBounds = {};
-  stl.StlBounds.Widen(storage, Million().size());
-}
-
 void ConvertOurs(benchmark::State& state) {
   std::vector<float> heights(kSamples);
   for (auto _ : state) {
     state.PauseTiming();
-    LoadMillion();
+    LoadMesh(Million());
     state.ResumeTiming();
     if (ConvertSTLFile(kIntervals, kIntervals, 0, 0, 1, 1, heights.data()) != 0)
       state.SkipWithError("failed");

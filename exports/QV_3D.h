@@ -35,7 +35,7 @@
  *
  * The process. Only the mesh import ends the host process, and only where its entries say so: it writes a
  * message to the standard error stream and exits with status -1. No other function prints, except the
- * pixel-format choice.
+ * pixel-format choice and LinearInterpolationOfTriangles.
  *
  * Locale and environment. Nothing depends on the locale, on environment variables or on configuration files.
  *
@@ -558,6 +558,43 @@ QV_API unsigned QV_CALL CleanUpSTL(void);
  * fewer than 200 triangles, no extent in x or in y, or an x or y that is not finite. */
 QV_API unsigned QV_CALL ConvertSTLFile(int nx, int ny, float xOffset, float yOffset, float xSize, float ySize,
                                        float* heights);
+
+/* ====================================================================================================
+ * Gridding of scattered points and triangles
+ *
+ * Heights on a grid of nx x ny nodes, nx and ny being numbers of nodes: node (c, r) lies at x0 + c*dx,
+ * y0 + r*dy; the spacings may be negative. out: nx*ny floats, row-major, WRITTEN LAST ROW FIRST: its first
+ * row holds the nodes r = ny-1, its last those of r = 0. Nothing is written when nx or ny is below 1. All
+ * positions are doubles in one unit; z and out share another. Any thread. Not checked: pointers.
+ * ==================================================================================================== */
+
+/* Inverse-distance weighting. points: count records of x, y, z. A node takes the mean of the z of all points
+ * with the weights 1 / D^power, where D = sqrt(dist^2 + smoothing^2) and dist is the distance in x-y; there
+ * is no search radius. Where D is 0, the node takes the z of the first point at which it is, whatever the
+ * others hold. Without points (count < 1), and where all weights vanish, a node is 0. A power of 0 gives the
+ * plain mean; negative powers weigh distant points most. No z is a missing one: -1e10 is a height, and a NaN
+ * makes every node NaN that no point coincides with. Weights are within 1e-12 of what the formula gives. The
+ * time grows with nx * ny * count; powers of magnitude above 32, distances beyond 1e30 or so and heights
+ * beyond 1e30 (or below 1e-30, but for 0) take some twenty times as long. Returns 0. */
+QV_API unsigned QV_CALL InverseDistanceToAPower(const double* points, int count, float* out, int nx, int ny,
+                                                double dx, double dy, double x0, double y0, double power,
+                                                double smoothing);
+
+/* Heights of triangles. triangles: count records of three vertices x, y, z. A node takes the height, at its
+ * place, of the plane of the first triangle (in the order of the array) that covers it in x-y, edges and
+ * corners included; -1e10 where none does; 0.0 where that triangle's doubled area in x-y is 1e-9 or less:
+ * scale triangles of tiny units up first. For the search the grid's extent, from the first node to the last,
+ * is divided into cells x cells cells; the number only matters for triangles without area, which take all
+ * nodes on their line (without any extent: all nodes) within the cells that their corners span.
+ *
+ * Every vertex must lie within the grid's extent (up to a cell's width around it is still accepted). Returns
+ * 0; 1 when memory runs out; -1, with "Bad cell index - shouldn't happen\n" on the standard error stream and
+ * nothing written, when a vertex lies elsewhere or is not finite in x or y, and, if there are triangles, when
+ * nx or ny is 1, when a spacing is 0 and when cells < 1. Without triangles (count < 1) every node is missing
+ * and 0 is returned. */
+QV_API int QV_CALL LinearInterpolationOfTriangles(const double* triangles, int count, float* out, int nx,
+                                                  int ny, double dx, double dy, double x0, double y0,
+                                                  int cells);
 
 /* ====================================================================================================
  * GL context

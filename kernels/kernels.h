@@ -291,6 +291,38 @@ struct OcclusionRayKernels {
   OcclusionSum (*view)(const OcclusionScene& scene, const OcclusionView& view);
 };
 
+/// Points as they are seen from one row of nodes.
+struct ScatteredPoints {
+  const double* x;
+  const double* z;
+  const double* rowTerm;  ///< what the square of a distance has besides the square of its x part
+  std::ptrdiff_t count;
+};
+
+/// Nodes come in runs of a multiple of this.
+inline constexpr int kNodeStep = 32;
+
+/// The sums so far of a run of nodes.
+struct NodeSums {
+  double* weighted;  ///< of weights times z
+  double* weight;
+  double* least;  ///< see GriddingKernels
+};
+
+/// With q the square of the distance of a point from a node: adds a weight of each point to the sums of
+/// `count` nodes at `nodes`, one node row. What is in `least` is lowered to the smallest q, and for
+/// inverse squares to the smallest product of the q of four points, groups counted from the first, or of the
+/// q of one of the last points that fill no group. Everything must be finite; where a q is 0, or a power of
+/// one no normal double, the sums are undefined, and `least` tells.
+struct GriddingKernels {
+  /// 1 / q
+  void (*inverseSquares)(const ScatteredPoints& points, const double* nodes, std::ptrdiff_t count,
+                         const NodeSums& sums);
+  /// q to the power of `exponent`, 4e-13 off at most for |exponent| <= 16
+  void (*powers)(const ScatteredPoints& points, const double* nodes, std::ptrdiff_t count, double exponent,
+                 const NodeSums& sums);
+};
+
 // Every family of kernels: the type of its table and its name.
 #define QV_KERNEL_FAMILIES(FAMILY)             \
   FAMILY(StatisticsKernels, statistics)        \
@@ -307,7 +339,8 @@ struct OcclusionRayKernels {
   FAMILY(ContourKernels, contours)             \
   FAMILY(BandKernels, bands)                   \
   FAMILY(OcclusionKernels, occlusion)          \
-  FAMILY(OcclusionRayKernels, occlusionRays)
+  FAMILY(OcclusionRayKernels, occlusionRays)   \
+  FAMILY(GriddingKernels, gridding)
 
 struct KernelTable {
   const char* name;     ///< of the instruction set

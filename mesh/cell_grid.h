@@ -5,8 +5,9 @@
 
 namespace qv::mesh {
 
-/// One direction of the square grid of cells over a mesh's bounding box. Triangles are looked for only in the
-/// cells between those of their vertices, and the same index serves vertices and samples.
+/// One direction of a square grid of cells, over a mesh's bounding box or a grid of samples. Triangles are
+/// looked for only in the cells between those of their vertices, and the same index serves vertices and
+/// samples.
 struct CellAxis {
   double minimum;
   double extent;
@@ -14,13 +15,13 @@ struct CellAxis {
 
   /// The cell of a position; the far edge belongs to the last cell. Truncation puts up to one cell's width in
   /// front of the box into cell 0, and the division as much behind it into the last: both are kept. Anything
-  /// else gives an index outside 0..resolution-1. Never decreases with x.
-  int IndexOf(float x) const {
+  /// else gives an index outside 0..resolution-1. Never decreases with x where the extent is positive.
+  int IndexOf(double x) const {
     const int cell = TruncateToInt(Quotient(x));
     return cell == resolution ? resolution - 1 : cell;
   }
-  /// The index before truncation. Never decreases with x.
-  double Quotient(float x) const { return (x - minimum) * resolution / extent; }
+  /// The index before truncation.
+  double Quotient(double x) const { return (x - minimum) * resolution / extent; }
   bool Has(int cell) const { return cell >= 0 && cell < resolution; }
   double CellSize() const { return extent / resolution; }
 };
@@ -28,6 +29,7 @@ struct CellAxis {
 struct CellGrid {
   CellAxis x, y;
 
+  CellGrid(const CellAxis& xAxis, const CellAxis& yAxis) : x(xAxis), y(yAxis) {}
   CellGrid(const MeshBounds& bounds, int resolution)
       : x(AxisOf(bounds, 0, resolution)), y(AxisOf(bounds, 1, resolution)) {}
 

@@ -9,7 +9,9 @@
 // doubled area D. So where the computed signs agree, none of the exact values is beyond |D| + 3 E in
 // magnitude, and none is more than E on the wrong side. If |D| >= 2^20 E, the sample lies within 2^-19 of the
 // extents around the bounding box. Otherwise the triangle is as good as a line, and the sample lies within
-// (|D| + 3 E) / w of the edge of width w, measured in y.
+// (|D| + 3 E) / w of the edge of width w, measured in y. To E comes what products of doubles lose that are
+// too small for all their digits, and where the cells are so small or large that more could be lost, no
+// candidate is left out.
 #include "mesh/grid_sampling.h"
 
 #include <algorithm>
@@ -23,37 +25,47 @@ namespace qv::mesh {
 namespace {
 
 /// What is known of a triangle before samples are looked at.
+template <class Real>
 struct Footprint {
-  float xLow, xHigh, yLow, yHigh;
+  Real xLow, xHigh, yLow, yHigh;
   double width, height;  ///< of the bounding box
   double area;           ///< magnitude of the doubled area
   double error;          ///< bound of the error of a side test
 };
 
+template <class Real>
 class Sampler {
  public:
-  Sampler(const CellGrid& cells, double degenerateArea, float* heights)
+  using Triangle = TriangleOf<Real>;
+  using Vertex = VertexOf<Real>;
+
+  Sampler(const CellGrid& cells, const SampleGrid& grid, double degenerateArea)
       : cells_(cells),
+        grid_(grid),
         xReach_(3 * cells.x.CellSize()),
         yReach_(3 * cells.y.CellSize()),
         degenerateArea_(degenerateArea),
-        heights_(heights) {}
+        isBounded_(IsBounded(cells.x) && IsBounded(cells.y)) {}
 
-  bool Prepare(const SampleGrid& grid) {
-    if (!columns_.Place(grid.x0, grid.x1, grid.nx, cells_.x)) return false;
-    if (!rows_.Place(grid.y0, grid.y1, grid.ny, cells_.y)) return false;
+  bool Prepare() {
+    if (!columns_.Place(grid_.x0, grid_.xLength, grid_.nx, cells_.x)) return false;
+    if (!rows_.Place(grid_.y0, grid_.yLength, grid_.ny, cells_.y)) return false;
     const std::size_t count = columns_.size() * rows_.size();
     if (count / columns_.size() != rows_.size()) return false;
     if (done_.Extend(count) == nullptr) return false;
-    std::fill(done_.begin(), done_.end(), std::uint8_t{0});
-    std::fill_n(heights_, count, kBadSampleFloat);
+    std::fill(done_.begin(), done_.end(), State::kMissing);
+    for (std::ptrdiff_t row = 0; row <= grid_.ny; ++row) {
+      std::fill_n(grid_.heights + row * grid_.pitch, columns_.size(), kBadSampleFloat);
+    }
     missing_ = static_cast<std::ptrdiff_t>(count);
     return true;
   }
 
   void Draw(const Triangle& t) {
-    const Footprint f = FootprintOf(t);
-    if (f.area >= 0x1p20 * f.error && f.area > 0) {
+    const Footprint<Real> f = FootprintOf(t);
+    if (!isBounded_) {
+      DrawCells(t, f);
+    } else if (f.area >= 0x1p20 * f.error && f.area > 0) {
       DrawBox(t, f);
     } else if (f.width == 0 && f.height == 0) {
       DrawPoint(t);
@@ -67,8 +79,17 @@ class Sampler {
   std::ptrdiff_t missing() const { return missing_; }
 
  private:
-  Footprint FootprintOf(const Triangle& t) const {
-    Footprint f;
+  enum class State : std::uint8_t {
+    kMissing,
+    kDone,
+    kCellDone,  ///< at the first sample of a cell: so are all others of the cell
+  };
+
+  /// Whether the products of lengths that occur neither overflow nor lose all digits.
+  static bool IsBounded(const CellAxis& cells) { return cells.extent > 0x1p-300 && cells.extent < 0x1p300; }
+
+  Footprint<Real> FootprintOf(const Triangle& t) const {
+    Footprint<Real> f;
     f.xLow = std::min(t.a.x, std::min(t.b.x, t.c.x));
     f.xHigh = std::max(t.a.x, std::max(t.b.x, t.c.x));
     f.yLow = std::min(t.a.y, std::min(t.b.y, t.c.y));
@@ -80,15 +101,17 @@ class Sampler {
     f.area = std::abs(bx * cy - by * cx);
     // The vertices' cells reach up to a cell beyond them, the outermost cells up to two.
     f.error = 0x1p-51 * ((f.height + yReach_) * f.width + (f.width + xReach_) * f.height);
+    // Products of floats are exact.
+    if (sizeof(Real) == sizeof(double)) f.error += 0x1p-1070;
     return f;
   }
 
   /// An ordinary triangle: the samples of its bounding box.
-  void DrawBox(const Triangle& t, const Footprint& f) {
+  void DrawBox(const Triangle& t, const Footprint<Real>& f) {
     constexpr double kMargin = 0x1p-17;
     const double xMargin = kMargin * f.width, yMargin = kMargin * f.height;
-    const GridAxis::Range columns = columns_.Between(f.xLow - xMargin, f.xHigh + xMargin);
-    const GridAxis::Range rows = rows_.Between(f.yLow - yMargin, f.yHigh + yMargin);
+    const auto columns = columns_.Between(f.xLow - xMargin, f.xHigh + xMargin);
+    const auto rows = rows_.Between(f.yLow - yMargin, f.yHigh + yMargin);
     for (std::ptrdiff_t row = rows.begin; row < rows.end; ++row) {
       for (std::ptrdiff_t column = columns.begin; column < columns.end; ++column) {
         // Both, and then one branch.
@@ -101,11 +124,11 @@ class Sampler {
   /// A triangle that is a line or nearly so, along x (or, exchanged, along y): the samples within a hair of
   /// the line, in all the cells of its vertices, also beyond its ends.
   template <bool kExchanged>
-  void DrawLine(const Triangle& t, const Footprint& f) {
+  void DrawLine(const Triangle& t, const Footprint<Real>& f) {
     const auto along = [](const Vertex& v) { return kExchanged ? v.y : v.x; };
     const auto across = [](const Vertex& v) { return kExchanged ? v.x : v.y; };
-    const GridAxis& alongAxis = kExchanged ? rows_ : columns_;
-    const GridAxis& acrossAxis = kExchanged ? columns_ : rows_;
+    const GridAxisOf<Real>& alongAxis = kExchanged ? rows_ : columns_;
+    const GridAxisOf<Real>& acrossAxis = kExchanged ? columns_ : rows_;
     const Vertex* low = &t.a;
     const Vertex* high = &t.a;
     for (const Vertex* v : {&t.b, &t.c}) {
@@ -136,13 +159,33 @@ class Sampler {
 
   /// A triangle without extent: every side test gives 0 everywhere, so it takes what is left of its cell.
   void DrawPoint(const Triangle& t) {
-    const int x = cells_.x.IndexOf(t.a.x), y = cells_.y.IndexOf(t.a.y);
-    bool& isFull = fullCells_[x][y];
-    if (isFull) return;
-    isFull = true;
-    for (std::ptrdiff_t row = rows_.CellBegin(y); row < rows_.CellBegin(y + 1); ++row) {
-      for (std::ptrdiff_t column = columns_.CellBegin(x); column < columns_.CellBegin(x + 1); ++column) {
-        if (!IsDone(column, row)) Give(t, column, row);
+    const CellSamples samples = SamplesOf(t.a.x, t.a.x, t.a.y, t.a.y);
+    if (samples.xBegin == samples.xEnd || samples.yBegin == samples.yEnd) return;
+    State& first = done_[SampleIndex(samples.xBegin, samples.yBegin)];
+    if (first == State::kCellDone) return;
+    GiveWhereContained(t, samples);
+    first = State::kCellDone;
+  }
+
+  /// Any triangle, without leaving anything out.
+  void DrawCells(const Triangle& t, const Footprint<Real>& f) {
+    GiveWhereContained(t, SamplesOf(f.xLow, f.xHigh, f.yLow, f.yHigh));
+  }
+
+  struct CellSamples {
+    std::ptrdiff_t xBegin, xEnd, yBegin, yEnd;
+  };
+
+  /// Those in the cells between these positions, which lie in cells.
+  CellSamples SamplesOf(Real xLow, Real xHigh, Real yLow, Real yHigh) const {
+    return {columns_.CellBegin(cells_.x.IndexOf(xLow)), columns_.CellBegin(cells_.x.IndexOf(xHigh) + 1),
+            rows_.CellBegin(cells_.y.IndexOf(yLow)), rows_.CellBegin(cells_.y.IndexOf(yHigh) + 1)};
+  }
+
+  void GiveWhereContained(const Triangle& t, const CellSamples& samples) {
+    for (std::ptrdiff_t row = samples.yBegin; row < samples.yEnd; ++row) {
+      for (std::ptrdiff_t column = samples.xBegin; column < samples.xEnd; ++column) {
+        if (!IsDone(column, row) && Contains(t, column, row)) Give(t, column, row);
       }
     }
   }
@@ -152,47 +195,53 @@ class Sampler {
            static_cast<std::size_t>(columns_.GridIndex(column));
   }
   bool IsDone(std::ptrdiff_t column, std::ptrdiff_t row) const {
-    return done_[SampleIndex(column, row)] != 0;
+    return done_[SampleIndex(column, row)] != State::kMissing;
   }
 
   bool Contains(const Triangle& t, std::ptrdiff_t column, std::ptrdiff_t row) const {
     return PointInTriangle({columns_[column], rows_[row]}, t);
   }
-  bool IsInBox(const Footprint& f, std::ptrdiff_t column, std::ptrdiff_t row) const {
+  bool IsInBox(const Footprint<Real>& f, std::ptrdiff_t column, std::ptrdiff_t row) const {
     return columns_[column] >= f.xLow && columns_[column] <= f.xHigh && rows_[row] >= f.yLow &&
            rows_[row] <= f.yHigh;
   }
-  bool IsInCells(const Footprint& f, std::ptrdiff_t column, std::ptrdiff_t row) const {
+  bool IsInCells(const Footprint<Real>& f, std::ptrdiff_t column, std::ptrdiff_t row) const {
     const int x = columns_.CellOf(column), y = rows_.CellOf(row);
     return x >= cells_.x.IndexOf(f.xLow) && x <= cells_.x.IndexOf(f.xHigh) && y >= cells_.y.IndexOf(f.yLow) &&
            y <= cells_.y.IndexOf(f.yHigh);
   }
 
   void Give(const Triangle& t, std::ptrdiff_t column, std::ptrdiff_t row) {
-    const std::size_t index = SampleIndex(column, row);
-    heights_[index] = static_cast<float>(PlaneHeightAt({columns_[column], rows_[row]}, t, degenerateArea_));
-    done_[index] = 1;
+    grid_.heights[rows_.GridIndex(row) * grid_.pitch + columns_.GridIndex(column)] =
+        static_cast<float>(PlaneHeightAt({columns_[column], rows_[row]}, t, degenerateArea_));
+    done_[SampleIndex(column, row)] = State::kDone;
     --missing_;
   }
 
   const CellGrid& cells_;
+  const SampleGrid& grid_;
   const double xReach_, yReach_;  ///< three cells
   const double degenerateArea_;
-  float* const heights_;
-  GridAxis columns_, rows_;
-  GrowingArray<std::uint8_t> done_;
-  bool fullCells_[GridAxis::kMostCells][GridAxis::kMostCells] = {};
+  const bool isBounded_;
+  GridAxisOf<Real> columns_, rows_;
+  GrowingArray<State> done_;
   std::ptrdiff_t missing_ = 0;
 };
 
 }  // namespace
 
-std::ptrdiff_t SampleTriangles(const GrowingArray<Triangle>& triangles, const CellGrid& cells,
-                               const SampleGrid& grid, double degenerateArea, float* heights) {
-  Sampler sampler(cells, degenerateArea, heights);
-  if (!sampler.Prepare(grid)) return -1;
-  for (const Triangle& t : triangles) sampler.Draw(t);
+template <class Real>
+std::ptrdiff_t SampleTriangles(const TriangleOf<Real>* triangles, std::size_t count, const CellGrid& cells,
+                               const SampleGrid& grid, double degenerateArea) {
+  Sampler<Real> sampler(cells, grid, degenerateArea);
+  if (!sampler.Prepare()) return -1;
+  for (std::size_t i = 0; i < count; ++i) sampler.Draw(triangles[i]);
   return sampler.missing();
 }
+
+template std::ptrdiff_t SampleTriangles(const TriangleOf<float>*, std::size_t, const CellGrid&,
+                                        const SampleGrid&, double);
+template std::ptrdiff_t SampleTriangles(const TriangleOf<double>*, std::size_t, const CellGrid&,
+                                        const SampleGrid&, double);
 
 }  // namespace qv::mesh

@@ -7,7 +7,6 @@
 #include "core/diagnostics.h"
 #include "core/samples.h"
 #include "mesh/cell_grid.h"
-#include "mesh/grid_axis.h"
 #include "mesh/grid_sampling.h"
 #include "mesh/split_long_edges.h"
 
@@ -18,7 +17,8 @@ using diagnostics::Print;
 
 /// About 200 triangles per cell, up to a limit.
 int QuadtreeResolution(int triangleCount) {
-  return TruncateToInt(std::min(std::sqrt(0.005 * triangleCount), static_cast<double>(GridAxis::kMostCells)));
+  constexpr double kMostCells = 80;
+  return TruncateToInt(std::min(std::sqrt(0.005 * triangleCount), kMostCells));
 }
 
 /// Edges that are shorter than a cell span two cells at most.
@@ -50,11 +50,14 @@ Refinement Refine(GrowingArray<Triangle>& triangles, const MeshBounds& bounds, c
 
 /// The rectangle of samples. Its ends are floats, and so are the positions between them.
 SampleGrid PlaceGrid(const GridRequest& request, const MeshBounds& bounds, double nudge) {
-  SampleGrid grid{request.nx, request.ny, 0, 0, 0, 0};
-  grid.x0 = static_cast<float>((static_cast<double>(bounds.minimum[0]) + request.xOffset) + nudge);
-  grid.y0 = static_cast<float>((static_cast<double>(bounds.minimum[1]) + request.yOffset) + nudge);
-  grid.x1 = static_cast<float>((static_cast<double>(grid.x0) + request.xSize) - 2 * nudge);
-  grid.y1 = static_cast<float>((static_cast<double>(grid.y0) + request.ySize) - 2 * nudge);
+  const auto x0 = static_cast<float>((static_cast<double>(bounds.minimum[0]) + request.xOffset) + nudge);
+  const auto y0 = static_cast<float>((static_cast<double>(bounds.minimum[1]) + request.yOffset) + nudge);
+  const auto x1 = static_cast<float>((static_cast<double>(x0) + request.xSize) - 2 * nudge);
+  const auto y1 = static_cast<float>((static_cast<double>(y0) + request.ySize) - 2 * nudge);
+  SampleGrid grid{request.nx, request.ny, x0, y0, 0, 0, request.heights, 0};
+  grid.xLength = static_cast<double>(x1) - x0;
+  grid.yLength = static_cast<double>(y1) - y0;
+  grid.pitch = static_cast<std::ptrdiff_t>(request.nx) + 1;
   return grid;
 }
 
@@ -90,8 +93,8 @@ unsigned ConvertMeshToGrid(const MeshConversion& conversion, GrowingArray<Triang
   // A position on an axis without intervals is not defined; neither is one among no cells.
   const bool canSample = request.nx > 0 && request.ny > 0 && !triangles.empty();
   const std::ptrdiff_t missing =
-      canSample ? SampleTriangles(triangles, cells, PlaceGrid(request, bounds, conversion.nudge),
-                                  conversion.degenerateArea, request.heights)
+      canSample ? SampleTriangles(triangles.data(), triangles.size(), cells,
+                                  PlaceGrid(request, bounds, conversion.nudge), conversion.degenerateArea)
                 : FillWithMissing(request);
   if (missing < 0) return 1;
   if (reports) Print("There were %d missing mesh vertices\n", static_cast<int>(missing));

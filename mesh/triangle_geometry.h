@@ -6,15 +6,21 @@
 
 namespace qv::mesh {
 
-struct Vertex {
-  float x, y, z;
+template <class Real>
+struct VertexOf {
+  Real x, y, z;
 };
 
-/// Vertices in the order of the file.
-struct Triangle {
-  Vertex a, b, c;
+/// Vertices in the order of the file or of the caller's array.
+template <class Real>
+struct TriangleOf {
+  VertexOf<Real> a, b, c;
 };
-static_assert(sizeof(Triangle) == 9 * sizeof(float));
+
+/// As files have them.
+using Vertex = VertexOf<float>;
+using Triangle = TriangleOf<float>;
+static_assert(sizeof(Triangle) == 9 * sizeof(float) && sizeof(TriangleOf<double>) == 9 * sizeof(double));
 
 /// A position in x and y.
 struct Point {
@@ -22,7 +28,8 @@ struct Point {
 };
 
 /// -1 to the left of the line from a to b, 1 to the right, 0 on it. No tolerance.
-inline int SideOfEdge(const Point& p, const Vertex& a, const Vertex& b) {
+template <class Real>
+int SideOfEdge(const Point& p, const VertexOf<Real>& a, const VertexOf<Real>& b) {
   const double d =
       (p.y - a.y) * (static_cast<double>(b.x) - a.x) - (p.x - a.x) * (static_cast<double>(b.y) - a.y);
   return static_cast<int>(d < 0) - static_cast<int>(d > 0);
@@ -30,7 +37,8 @@ inline int SideOfEdge(const Point& p, const Vertex& a, const Vertex& b) {
 
 /// Edges and corners belong to the triangle, either winding will do, and a triangle without area accepts the
 /// points of its line, also those beyond its ends.
-inline bool PointInTriangle(const Point& p, const Triangle& t) {
+template <class Real>
+bool PointInTriangle(const Point& p, const TriangleOf<Real>& t) {
   const int ab = SideOfEdge(p, t.a, t.b);
   const int bc = SideOfEdge(p, t.b, t.c);
   const int ca = SideOfEdge(p, t.c, t.a);
@@ -41,13 +49,15 @@ inline bool PointInTriangle(const Point& p, const Triangle& t) {
 }
 
 /// Twice the signed area in x-y.
-inline double DoubledArea(const Triangle& t) {
+template <class Real>
+double DoubledArea(const TriangleOf<Real>& t) {
   return (static_cast<double>(t.b.y) - t.c.y) * t.a.x + (static_cast<double>(t.c.y) - t.a.y) * t.b.x +
          (static_cast<double>(t.a.y) - t.b.y) * t.c.x;
 }
 
 /// The height at p of the plane through the vertices; 0 where twice the area is `degenerateArea` or less.
-inline double PlaneHeightAt(const Point& p, const Triangle& t, double degenerateArea) {
+template <class Real>
+double PlaneHeightAt(const Point& p, const TriangleOf<Real>& t, double degenerateArea) {
   if (std::abs(DoubledArea(t)) <= degenerateArea) return 0.0;
   // Relative to the first vertex: no digits are lost far from the origin.
   const double bx = static_cast<double>(t.b.x) - t.a.x, by = static_cast<double>(t.b.y) - t.a.y;

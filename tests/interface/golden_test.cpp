@@ -1,6 +1,7 @@
 // One long mixed computation through the exports, reduced to a hash per family. The values are checked in:
 // every compiler, instruction set and platform must come to the same bits. A change of a hash is a change of
 // results.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -129,12 +130,37 @@ std::uint64_t MeshHash() {
   return hash.Value();
 }
 
+std::uint64_t GriddingHash() {
+  Random random(4);
+  std::vector<double> records;
+  for (int i = 0; i < 9 * 400; ++i) records.push_back(random.Between(0.0, i % 3 == 2 ? 1.0 : 10.0));
+  for (std::size_t i = 0; i < 9 * 350; ++i) {  // most triangles small, so that many are seen
+    const std::size_t corner = i % 9, axis = i % 3;
+    if (corner >= 3 && axis != 2) records[i] = records[i - corner + axis] + records[i] / 10 - 0.5;
+    if (axis != 2) records[i] = std::min(std::max(records[i], 0.0), 10.0);
+  }
+  Hash hash;
+  std::vector<float> heights(201 * 51);
+  for (const double power : {2.0, 2.5, 1.0, -3.0}) {
+    hash.Add(InverseDistanceToAPower(records.data(), 1200, heights.data(), 201, 51, 0.05, 0.2, 0, 0, power,
+                                     power == 1 ? 0.3 : 0));
+    hash.Add(heights);
+  }
+  for (const int cells : {1, 20}) {
+    hash.Add(static_cast<unsigned>(LinearInterpolationOfTriangles(records.data(), 400, heights.data(), 201,
+                                                                  51, 0.05, 0.2, 0, 0, cells)));
+    hash.Add(heights);
+  }
+  return hash.Value();
+}
+
 TEST(Golden, EveryInstructionSet_ComesToTheCheckedInBits) {
   qv::test::ForEachVariant([] {
     EXPECT_EQ(StatisticsHash(), 1307860322453785006U);
     EXPECT_EQ(ConversionHash(), 15362743057919811641U);
     EXPECT_EQ(NormalsHash(), 7268532115950777013U);
     EXPECT_EQ(MeshHash(), 8249860758718269052U);
+    EXPECT_EQ(GriddingHash(), 6733985977426830394U);
   });
 }
 

@@ -124,9 +124,29 @@ Bytes Normals(int seed) {
   return outcome.Take();
 }
 
+/// Each thread has triangles of its own, some of which lie outside: that is reported, and printed.
+Bytes Gridding(int seed) {
+  qv::test::Random random(static_cast<std::uint64_t>(seed));
+  std::vector<double> records;
+  for (int i = 0; i < 9 * 40; ++i) records.push_back(random.Between(0.0, i % 3 == 2 ? 1.0 : 5.0));
+  std::vector<float> heights(kWidth * 10, -7.0F);
+  Outcome outcome;
+  for (const double power : {2.0, 2.5, 40.0}) {
+    outcome.Add(InverseDistanceToAPower(records.data(), 120, heights.data(), kWidth, 10, 0.125, 0.5, 0, 0,
+                                        power, 0.01));
+    outcome.Add(heights);
+  }
+  for (const double spacing : {0.125, 0.01}) {
+    outcome.Add(LinearInterpolationOfTriangles(records.data(), 40, heights.data(), kWidth, 10, spacing, 0.75,
+                                               0, 0, 7));
+    outcome.Add(heights);
+  }
+  return outcome.Take();
+}
+
 const std::vector<std::function<Bytes(int)>>& Jobs() {
-  static const std::vector<std::function<Bytes(int)>> jobs = {Statistics, Normalisation, Conversions,
-                                                              PlaneAndCrop, Normals};
+  static const std::vector<std::function<Bytes(int)>> jobs = {Statistics,   Normalisation, Conversions,
+                                                              PlaneAndCrop, Normals,       Gridding};
   return jobs;
 }
 

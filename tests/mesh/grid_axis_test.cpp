@@ -70,7 +70,7 @@ TEST(GridAxis, RandomPlacements_LikeSearching) {
     const auto last = random.Chance(0.1) ? first : static_cast<float>(offset + random.Between(-3.0, 3.0));
     const int intervals = random.Between(1, 60);
     GridAxis axis;
-    ASSERT_TRUE(axis.Place(first, last, intervals, cells));
+    ASSERT_TRUE(axis.Place(first, static_cast<double>(last) - first, intervals, cells));
     ExpectConsistent(axis, first, last, intervals, cells, random);
   }
 }
@@ -79,7 +79,7 @@ TEST(GridAxis, FarBeyondIntegers_StillOutside) {
   const CellAxis cells = {0, 1e-20, 3};
   Random random(42);
   GridAxis axis;
-  ASSERT_TRUE(axis.Place(-1e20F, 1e20F, 10, cells));
+  ASSERT_TRUE(axis.Place(-1e20F, 2.0 * static_cast<double>(1e20F), 10, cells));
   ExpectConsistent(axis, -1e20F, 1e20F, 10, cells, random);
   EXPECT_EQ(axis.end() - axis.begin(), 1);
 }

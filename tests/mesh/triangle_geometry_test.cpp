@@ -108,7 +108,7 @@ TEST(PlaneHeightAt, HugeCoordinatesWithoutArea_ZeroNotNan) {
     const auto x = static_cast<float>(random.Between(-1e12, 1e12)),
                y = static_cast<float>(random.Between(-1e12, 1e12));
     const Vertex a = {x, y, 1}, b = {x * 3, y * 3, 2}, c = {x * 1.5F, y * 1.5F, 3};
-    EXPECT_TRUE(std::isfinite(qv::mesh::PlaneHeightAt({x, y}, {a, b, c}, kStlArea)));
+    EXPECT_TRUE(std::isfinite(qv::mesh::PlaneHeightAt({x, y}, Triangle{a, b, c}, kStlArea)));
   }
 }
 
