@@ -76,7 +76,8 @@ int ReadRow(std::string_view line, const Text& text, std::vector<float>& heights
                                                                     : ' ';
   int count = 0;
   while (true) {
-    const std::size_t end = line.find_first_of(separator == ' ' ? std::string_view(" \t") : std::string_view(&separator, 1));
+    const std::size_t end =
+        line.find_first_of(separator == ' ' ? std::string_view(" \t") : std::string_view(&separator, 1));
     heights.push_back(HeightOf(Trim(line.substr(0, end)), text));
     ++count;
     if (end == std::string_view::npos) return count;
@@ -133,8 +134,8 @@ HeightMap ReadGrid(const std::filesystem::path& path, const std::string& unit, d
     ++map.height;
   }
   if (map.width < 2 || map.height < 2) {
-    throw Failure(ExitCode::kCorrupt,
-                  fmt::format("{}: {} x {} samples; a height map has at least 2 x 2", path.string(), map.width, map.height));
+    throw Failure(ExitCode::kCorrupt, fmt::format("{}: {} x {} samples; a height map has at least 2 x 2",
+                                                  path.string(), map.width, map.height));
   }
   SetExtent(map, scales, unit, spacing);
   return map;

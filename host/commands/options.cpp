@@ -83,7 +83,8 @@ void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what)
 }
 
 void AddSurfaceOptions(CLI::App& command, ImportOptions& options) {
-  AddFileOptions(command, options, "A mesh (STL, binary or ASCII) or a height map (.csv, .txt: rows of heights)");
+  AddFileOptions(command, options,
+                 "A mesh (STL, binary or ASCII) or a height map (.csv, .txt: rows of heights)");
   AddGridOptions(command, options);
 }
 
