@@ -1,5 +1,5 @@
-// What plots are drawn on: an image, or the text of an SVG file. Positions are in pixels from the top left corner;
-// whole numbers are the corners of pixels.
+// What plots are drawn on: an image, or the text of an SVG file. Positions are in pixels from the top left
+// corner; whole numbers are the corners of pixels.
 #pragma once
 
 #include <string>

@@ -8,8 +8,8 @@
 namespace qv3d {
 namespace {
 
-/// What rounding may take from the ends of an axis.
-constexpr double kSlack = 1e-9;
+/// What rounding may take from the ends of an axis; positions come from floats.
+constexpr double kSlack = 1e-6;
 
 std::string Raised(int exponent) {
   constexpr const char* kDigits[] = {"⁰", "¹", "²", "³", "⁴", "⁵", "⁶", "⁷", "⁸", "⁹"};
@@ -53,7 +53,8 @@ std::vector<Tick> LogarithmicTicks(double low, double high, int most) {
     if (e % stride != 0) continue;
     for (const int mantissa : {1, 2, 5}) {
       const double value = mantissa * std::pow(10.0, e);
-      if ((mantissa > 1 && !hasBetween) || value < low * (1 - kSlack) || value > high * (1 + kSlack)) continue;
+      if ((mantissa > 1 && !hasBetween) || value < low * (1 - kSlack) || value > high * (1 + kSlack))
+        continue;
       ticks.push_back({value, TickLabel(value)});
     }
   }

@@ -53,9 +53,9 @@ TEST(ImageCanvas, Line_CoversItsLengthTimesItsWidthInEveryDirection) {
     Image image(200, 200);
     ImageCanvas canvas(image);
     const double a = degrees * 3.14159265358979 / 180;
-    canvas.Polyline({{100 - 80 * std::cos(a), 100 - 80 * std::sin(a)},
-                     {100 + 80 * std::cos(a), 100 + 80 * std::sin(a)}},
-                    4, kBlack);
+    canvas.Polyline(
+        {{100 - 80 * std::cos(a), 100 - 80 * std::sin(a)}, {100 + 80 * std::cos(a), 100 + 80 * std::sin(a)}},
+        4, kBlack);
     EXPECT_NEAR(Ink(image), 160 * 4 + 3.14159 * 4, 14) << degrees;
   }
 }
