@@ -48,6 +48,9 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddStats(app, invocation);
   AddMesh2Grid(app, invocation);
   AddRender(app, invocation);
+  AddSpectrum(app, invocation);
+  AddAutocorrelate(app, invocation);
+  AddFftFilter(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

@@ -13,10 +13,11 @@
 namespace qv3d {
 namespace {
 
-std::string Csv(const HeightMap& map, const std::string& unit) {
+std::string Csv(const HeightMap& map, const std::string& unit, bool isHeights) {
   // The extent of all cells, as image programs state it: the reader gets the spacing back from it.
-  std::string text = fmt::format("# Width: {:.12g} {}\n# Height: {:.12g} {}\n# Value units: {}\n",
-                                 map.width * map.SpacingX(), unit, map.height * map.SpacingY(), unit, unit);
+  std::string text = fmt::format("# Width: {:.12g} {}\n# Height: {:.12g} {}\n", map.width * map.SpacingX(),
+                                 unit, map.height * map.SpacingY(), unit);
+  if (isHeights) text += fmt::format("# Value units: {}\n", unit);
   const auto out = std::back_inserter(text);
   for (int row = 0; row < map.height; ++row) {
     for (int column = 0; column < map.width; ++column) {
@@ -75,8 +76,12 @@ void WriteGrid(const std::filesystem::path& path, const HeightMap& map, const st
   if (extension == ".png") {
     WriteGrey(path, map);
   } else {
-    WriteWholeFile(path, extension == ".csv" ? Csv(map, unit) : Xyz(map));
+    WriteWholeFile(path, extension == ".csv" ? Csv(map, unit, true) : Xyz(map));
   }
+}
+
+void WriteGridOfNumbers(const std::filesystem::path& path, const HeightMap& map, const std::string& unit) {
+  WriteWholeFile(path, Csv(map, unit, false));
 }
 
 }  // namespace qv3d

@@ -26,4 +26,7 @@ HeightMap ReadGrid(const std::filesystem::path& path, const std::string& unit, d
 /// height, 0 where a sample is missing, +y upwards.
 void WriteGrid(const std::filesystem::path& path, const HeightMap& map, const std::string& unit);
 
+/// As WriteGrid to a .csv file, for values that are no lengths: the unit is that of the extent alone.
+void WriteGridOfNumbers(const std::filesystem::path& path, const HeightMap& map, const std::string& unit);
+
 }  // namespace qv3d

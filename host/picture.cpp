@@ -6,15 +6,14 @@
 
 #include "colour_map.h"
 #include "failure.h"
+#include "style.h"
 #include "text.h"
+#include "ticks.h"
 #include "units.h"
 
 namespace qv3d {
 namespace {
 
-constexpr Colour kPaper{250, 250, 248};
-constexpr Colour kInk{38, 42, 48};
-constexpr Colour kQuiet{105, 110, 118};
 constexpr int kLargestTarget = 8192;
 
 /// Pictures are drawn this much larger and then reduced.
@@ -29,7 +28,7 @@ struct Layout {
   Rectangle plot;
 
   Layout(int w, int h, bool hasBar) : width(w), height(h) {
-    unit = std::max(7, std::min(w / 64, h / 46));
+    unit = TextSize(w, h);
     const double left = 1.5 * unit, top = 5.5 * unit, bottom = 2.0 * unit,
                  right = hasBar ? 9.5 * unit : 1.5 * unit;
     plot = {left, top, std::max(8.0, w - left - right), std::max(8.0, h - top - bottom)};
@@ -101,17 +100,10 @@ class Composer {
     DrawMapScales(x, y, width, height);
   }
 
-  static std::string Label(double value) {
-    return value < 0 ? fmt::format("\u2212{:g}", -value) : fmt::format("{:g}", value);
-  }
-
   /// Calls use(position from the low end, label) at round numbers of the coordinate.
   template <typename Use>
   static void ForEachTick(double start, double size, int most, Use use) {
-    const double step = NiceStepAbove(size / most);
-    for (double k = std::ceil(start / step - 1e-9); k * step <= start + size * (1 + 1e-9); ++k) {
-      use(k * step - start, Label(k == 0 ? 0.0 : k * step));
-    }
+    for (const Tick& tick : LinearTicks(start, start + size, most)) use(tick.value - start, tick.label);
   }
 
   void DrawMapScales(int x, int y, int width, int height) {
@@ -211,7 +203,7 @@ class Composer {
     }
     font_.Draw(image_, x, y - u, fmt::format("height / {}", unit.name), u, kInk);
     if (!(high > low)) {
-      font_.Draw(image_, x + width + u, y + height, Label(low * unit.factor), u, kInk);
+      font_.Draw(image_, x + width + u, y + height, TickLabel(low * unit.factor), u, kInk);
       return;
     }
     const double start = low * unit.factor, size = (double{high} - low) * unit.factor;

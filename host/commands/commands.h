@@ -20,5 +20,11 @@ void AddInfo(CLI::App& app, Invocation& invocation);
 void AddStats(CLI::App& app, Invocation& invocation);
 void AddMesh2Grid(CLI::App& app, Invocation& invocation);
 void AddRender(CLI::App& app, Invocation& invocation);
+void AddSpectrum(CLI::App& app, Invocation& invocation);
+void AddAutocorrelate(CLI::App& app, Invocation& invocation);
+void AddFftFilter(CLI::App& app, Invocation& invocation);
+void AddContour(CLI::App& app, Invocation& invocation);
+void AddSection(CLI::App& app, Invocation& invocation);
+void AddCut(CLI::App& app, Invocation& invocation);
 
 }  // namespace qv3d

@@ -43,16 +43,13 @@ void AddGridOptions(CLI::App& command, ImportOptions& options) {
       ->group("Height map");
 }
 
-void ParseSize(const std::string& text, PictureOptions& picture) {
+void ParseSize(const std::string& text, int& width, int& height) {
   char rest = 0;
-  int width = 0, height = 0;
   if (std::sscanf(text.c_str(), "%dx%d%c", &width, &height, &rest) != 2 || width < 64 || height < 64 ||
       width > 8192 || height > 8192) {
     throw Failure(ExitCode::kUsage,
                   fmt::format("--size {}: give width and height as in 1600x1000, 64 to 8192", text));
   }
-  picture.width = width;
-  picture.height = height;
 }
 
 }  // namespace
@@ -98,11 +95,25 @@ void AddBackend(CLI::App& command, GlBackend& backend) {
 }
 
 void AddSizeOption(CLI::App& command, PictureOptions& picture) {
+  AddSizeOption(command, picture.width, picture.height);
+}
+
+void AddSizeOption(CLI::App& command, int& width, int& height) {
   command
       .add_option_function<std::string>(
-          "--size", [&picture](const std::string& text) { ParseSize(text, picture); },
-          "Width and height in pixels (default: 1600x1000)")
+          "--size", [&width, &height](const std::string& text) { ParseSize(text, width, height); },
+          fmt::format("Width and height in pixels (default: {}x{})", width, height))
       ->type_name("WxH");
+}
+
+void RequireExtension(const std::filesystem::path& path, std::initializer_list<const char*> extensions) {
+  const std::string extension = path.extension().string();
+  std::string list;
+  for (const char* wanted : extensions) {
+    if (path.empty() || extension == wanted) return;
+    list += fmt::format("{}{}", list.empty() ? "" : " or ", wanted);
+  }
+  throw Failure(ExitCode::kUsage, fmt::format("{}: the output must end in {}", path.string(), list));
 }
 
 }  // namespace qv3d

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
+#include <initializer_list>
 #include <memory>
 #include <string>
 
@@ -26,6 +28,10 @@ void AddBackend(CLI::App& command, GlBackend& backend);
 
 /// --size WxH of a picture.
 void AddSizeOption(CLI::App& command, PictureOptions& picture);
+void AddSizeOption(CLI::App& command, int& width, int& height);
+
+/// Throws Failure (usage) where a file that was asked for has another extension; an empty path was not.
+void RequireExtension(const std::filesystem::path& path, std::initializer_list<const char*> extensions);
 
 template <class Options>
 bool WantsJson(const Options& options) {
