@@ -226,6 +226,12 @@ struct SpectraKernels {
   void (*gain)(float* values, float* mirrored, const float* gains, std::ptrdiff_t count);
 };
 
+/// Decimal logarithms.
+struct DecadeKernels {
+  /// Each positive value becomes the float nearest to its logarithm, any other value and a NaN 0.
+  void (*replace)(float* values, std::ptrdiff_t count);
+};
+
 /// Segments of the level in one row of cells, between the samples at lower (y0) and upper (y1), which have
 /// cells + 1 samples each; returns their number. Float samples with the bits of the sentinel make no
 /// segments.
@@ -336,6 +342,7 @@ struct GriddingKernels {
   FAMILY(ResamplingKernels, resampling)        \
   FAMILY(FftKernels, fft)                      \
   FAMILY(SpectraKernels, spectra)              \
+  FAMILY(DecadeKernels, decades)               \
   FAMILY(ContourKernels, contours)             \
   FAMILY(BandKernels, bands)                   \
   FAMILY(OcclusionKernels, occlusion)          \

@@ -1,20 +1,9 @@
-#include <cmath>
 #include <cstddef>
 
 #include "exports/QV_3D.h"
 #include "kernels/kernels.h"
 #include "spectral/fft.h"
 #include "spectral/work_grid.h"
-
-namespace {
-
-void ToDecades(float* values, int count) {
-  for (int i = 0; i < count; ++i) {
-    values[i] = values[i] > 0 ? static_cast<float>(std::log10(static_cast<double>(values[i]))) : 0.0F;
-  }
-}
-
-}  // namespace
 
 unsigned QV_CALL PowerSpectrum(const float* heights, int width, int height, int linear, float* spectrum) {
   if (width < 1 || height < 1) return 0;
@@ -26,7 +15,7 @@ unsigned QV_CALL PowerSpectrum(const float* heights, int width, int height, int 
     // Amplitudes, in spite of the name.
     qv::kernels::Active().spectra.magnitudes(grid.real[row] + column, grid.imaginary[row] + column,
                                              spectrum + out, count);
-    if (linear == 0) ToDecades(spectrum + out, count);
+    if (linear == 0) qv::kernels::Active().decades.replace(spectrum + out, count);
   };
   qv::spectral::ForEachRunOfCrop(grid, prepared.place, true, write);
   return 0;
