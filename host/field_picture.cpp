@@ -51,8 +51,9 @@ class FieldPainter {
     int count = 0;
     for (int j = y.first; j <= y.last; ++j) {
       for (int i = x.first; i <= x.last; ++i) {
-        const float value = field_.values[static_cast<std::size_t>(j) * static_cast<std::size_t>(field_.columns) +
-                                          static_cast<std::size_t>(i)];
+        const float value =
+            field_.values[static_cast<std::size_t>(j) * static_cast<std::size_t>(field_.columns) +
+                          static_cast<std::size_t>(i)];
         if (IsMissing(value)) continue;
         sum += value;
         ++count;

@@ -4,24 +4,17 @@
 #include <cctype>
 #include <charconv>
 #include <fmt/format.h>
-#include <string_view>
 
 #include "failure.h"
 #include "grid_file.h"
-#include "stl_file.h"
+#include "number_lines.h"
 #include "units.h"
 
 namespace qv3d {
 namespace {
 
 constexpr std::size_t kMostSamples = std::size_t{1} << 30;
-
-std::string_view Trim(std::string_view text) {
-  constexpr const char* kBlank = " \t\r";
-  const std::size_t first = text.find_first_not_of(kBlank);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
-}
+constexpr const char* kAdvice = "A height map is rows of as many numbers each, with a decimal point.";
 
 /// What the comment lines say, in metres; 0 where they say nothing.
 struct Scales {
@@ -37,55 +30,17 @@ double LengthOf(std::string_view text) {
   return number * UnitInMetres(std::string(Trim(text.substr(used))));
 }
 
-void ReadComment(std::string_view line, Scales& scales) {
-  const std::size_t colon = line.find(':');
-  if (colon == std::string_view::npos) return;
-  const std::string_view key = Trim(line.substr(1, colon - 1));
-  const std::string_view value = Trim(line.substr(colon + 1));
-  if (key == "Width") scales.width = LengthOf(value);
-  if (key == "Height") scales.height = LengthOf(value);
-  if (key == "Value units") scales.value = UnitInMetres(std::string(value));
-}
-
-struct Text {
-  std::string name;
-  std::size_t line = 0;
-
-  [[noreturn]] void Refuse(const std::string& what) const {
-    throw Failure(ExitCode::kCorrupt, fmt::format("{}, line {}: {}", name, line, what),
-                  "A height map is rows of as many numbers each, with a decimal point.");
+Scales ScalesOf(const std::vector<std::string>& comments) {
+  Scales scales;
+  for (const std::string_view line : comments) {
+    const std::size_t colon = line.find(':');
+    if (colon == std::string_view::npos) continue;
+    const std::string_view key = Trim(line.substr(0, colon)), value = Trim(line.substr(colon + 1));
+    if (key == "Width") scales.width = LengthOf(value);
+    if (key == "Height") scales.height = LengthOf(value);
+    if (key == "Value units") scales.value = UnitInMetres(std::string(value));
   }
-};
-
-float HeightOf(std::string_view field, const Text& text) {
-  if (field.empty() || field == "-") return static_cast<float>(QV_BAD_SAMPLE);
-  if (field.front() == '+') field.remove_prefix(1);
-  double number = 0;
-  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), number);
-  if (error != std::errc() || end != field.data() + field.size()) {
-    text.Refuse(fmt::format("\"{}\" is no number", field.substr(0, 40)));
-  }
-  const auto height = static_cast<float>(number);
-  return IsMissing(height) ? static_cast<float>(QV_BAD_SAMPLE) : height;
-}
-
-/// Appends the line's heights and returns how many there are.
-int ReadRow(std::string_view line, const Text& text, std::vector<float>& heights) {
-  const char separator = line.find(';') != std::string_view::npos   ? ';'
-                         : line.find(',') != std::string_view::npos ? ','
-                                                                    : ' ';
-  int count = 0;
-  while (true) {
-    const std::size_t end =
-        line.find_first_of(separator == ' ' ? std::string_view(" \t") : std::string_view(&separator, 1));
-    heights.push_back(HeightOf(Trim(line.substr(0, end)), text));
-    ++count;
-    if (end == std::string_view::npos) return count;
-    line.remove_prefix(end + 1);
-    // Several blanks separate as one does.
-    if (separator == ' ') line = Trim(line);
-    if (heights.size() > kMostSamples) text.Refuse("more samples than can be held");
-  }
+  return scales;
 }
 
 void SetExtent(HeightMap& map, const Scales& scales, const std::string& unit, double spacing) {
@@ -111,33 +66,26 @@ bool IsGridFile(const std::filesystem::path& path) {
 }
 
 HeightMap ReadGrid(const std::filesystem::path& path, const std::string& unit, double spacing) {
-  const std::string bytes = ReadWholeFile(path);
-  std::string_view rest = bytes;
-  Text text{path.string()};
+  NumberLines lines(path, kAdvice);
   HeightMap map;
-  Scales scales;
-  while (!rest.empty()) {
-    const std::size_t end = rest.find('\n');
-    const std::string_view line = Trim(rest.substr(0, end));
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    ++text.line;
-    if (line.empty()) continue;
-    if (line.front() == '#') {
-      ReadComment(line, scales);
-      continue;
+  std::vector<double> row;
+  while (lines.Next(row)) {
+    if (map.height > 0 && row.size() != static_cast<std::size_t>(map.width)) {
+      lines.Refuse(fmt::format("{} samples where the rows before have {}", row.size(), map.width));
     }
-    const int count = ReadRow(line, text, map.heights);
-    if (map.height > 0 && count != map.width) {
-      text.Refuse(fmt::format("{} samples where the rows before have {}", count, map.width));
+    if (map.heights.size() + row.size() > kMostSamples) lines.Refuse("more samples than can be held");
+    for (const double number : row) {
+      const auto height = static_cast<float>(number);
+      map.heights.push_back(IsMissing(height) ? static_cast<float>(QV_BAD_SAMPLE) : height);
     }
-    map.width = count;
+    map.width = static_cast<int>(row.size());
     ++map.height;
   }
   if (map.width < 2 || map.height < 2) {
     throw Failure(ExitCode::kCorrupt, fmt::format("{}: {} x {} samples; a height map has at least 2 x 2",
                                                   path.string(), map.width, map.height));
   }
-  SetExtent(map, scales, unit, spacing);
+  SetExtent(map, ScalesOf(lines.comments()), unit, spacing);
   return map;
 }
 

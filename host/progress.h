@@ -17,10 +17,15 @@ class Progress {
   void Phase(const std::string& name);
   /// Shows the elapsed time; to be called now and then.
   void Tick();
+  /// As Tick, where the share of the work that is done is known: shows the time that is left.
+  void Tick(double done);
   void Finish();
 
  private:
   using Clock = std::chrono::steady_clock;
+
+  double Seconds() const;
+  void Show(const std::string& state);
 
   bool quiet_;
   bool terminal_;

@@ -15,6 +15,7 @@
 namespace qv3d {
 
 void AddLimits(CLI::App& command, ChildLimits& limits);
+void AddUnitOption(CLI::App& command, std::string& unit);
 void AddOutputOptions(CLI::App& command, bool& json, bool& quiet);
 
 /// FILE, its unit, the limits of the import, --json and --quiet. `what` says which files may be given.

@@ -39,8 +39,9 @@ inline void ExpectPixel(const Image& image, int x, int y, Pixel expected, int to
                         std::source_location where = std::source_location::current()) {
   const Pixel actual = image.At(x, y);
   EXPECT_TRUE(Near(actual, expected, tolerance))
-      << "line " << where.line() << ": pixel " << x << ", " << y << " is " << actual.red << ' ' << actual.green
-      << ' ' << actual.blue << ", expected " << expected.red << ' ' << expected.green << ' ' << expected.blue;
+      << "line " << where.line() << ": pixel " << x << ", " << y << " is " << actual.red << ' '
+      << actual.green << ' ' << actual.blue << ", expected " << expected.red << ' ' << expected.green << ' '
+      << expected.blue;
 }
 
 /// The unit square around the origin fills the picture; the viewer looks down along z.

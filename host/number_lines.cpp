@@ -1,0 +1,91 @@
+#include "number_lines.h"
+
+#include <charconv>
+#include <fmt/format.h>
+#include <limits>
+
+#include "failure.h"
+#include "stl_file.h"
+
+namespace qv3d {
+namespace {
+
+constexpr const char* kBlanks = " \t\r";
+
+/// The characters that separate the fields of a line, the first kind that it has.
+std::string_view SeparatorsOf(std::string_view line) {
+  for (const std::string_view one : {";", ","}) {
+    if (line.find(one) != std::string_view::npos) return one;
+  }
+  return kBlanks;
+}
+
+bool ReadNumber(std::string_view field, double& number) {
+  if (field.empty() || field == "-") {
+    number = std::numeric_limits<double>::quiet_NaN();
+    return true;
+  }
+  if (field.front() == '+') field.remove_prefix(1);
+  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), number);
+  return error == std::errc() && end == field.data() + field.size();
+}
+
+/// Words like "x,y,z", but no number gone wrong.
+bool IsLineOfNames(std::string_view line) {
+  return line.find_first_of("0123456789") == std::string_view::npos &&
+         line.find_first_of("xyzXYZ") != std::string_view::npos;
+}
+
+}  // namespace
+
+std::string_view Trim(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+NumberLines::NumberLines(const std::filesystem::path& path, std::string advice)
+    : name_(path.string()), advice_(std::move(advice)), bytes_(ReadWholeFile(path)) {}
+
+void NumberLines::Refuse(const std::string& what) const {
+  throw Failure(ExitCode::kCorrupt, fmt::format("{}, line {}: {}", name_, line_, what), advice_);
+}
+
+void NumberLines::ReadFields(std::string_view line, std::vector<double>& numbers) const {
+  const std::string_view separators = SeparatorsOf(line);
+  while (true) {
+    const std::size_t end = line.find_first_of(separators);
+    const std::string_view field = Trim(line.substr(0, end));
+    if (!ReadNumber(field, numbers.emplace_back())) {
+      Refuse(fmt::format("\"{}\" is no number", field.substr(0, 40)));
+    }
+    if (end == std::string_view::npos) return;
+    line.remove_prefix(end + 1);
+    // Several blanks separate as one does.
+    if (separators == kBlanks) line = Trim(line);
+  }
+}
+
+bool NumberLines::Next(std::vector<double>& numbers) {
+  numbers.clear();
+  const std::string_view all = bytes_;
+  while (at_ < all.size()) {
+    const std::size_t end = std::min(all.find('\n', at_), all.size());
+    const std::string_view line = Trim(all.substr(at_, end - at_));
+    at_ = end + 1;
+    ++line_;
+    if (line.empty()) continue;
+    if (line.front() == '#') {
+      comments_.emplace_back(line.substr(1));
+    } else if (hadNumbers_ || !IsLineOfNames(line)) {
+      ReadFields(line, numbers);
+      hadNumbers_ = true;
+      return true;
+    } else {
+      hadNumbers_ = true;  // a second line of names is an error
+    }
+  }
+  return false;
+}
+
+}  // namespace qv3d
