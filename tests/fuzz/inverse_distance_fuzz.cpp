@@ -21,7 +21,6 @@ bool HasDigits(double power) {
 void Compare(const std::vector<double>& points, const qv::test::NodePlacement& p, double power,
              double smoothing) {
   std::vector<float> heights(p.Count(), 7.0F);
-  const std::vector<double> before = points;
   if (InverseDistanceToAPower(points.data(), static_cast<int>(points.size() / 3), heights.data(), p.nx, p.ny,
                               p.dx, p.dy, p.x0, p.y0, power, smoothing) != 0)
     std::abort();

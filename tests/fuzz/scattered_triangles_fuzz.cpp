@@ -62,7 +62,7 @@ void Compare(const std::vector<double>& triangles, const NodePlacement& p, int c
   const int result =
       LinearInterpolationOfTriangles(triangles.data(), static_cast<int>(triangles.size() / 9), heights.data(),
                                      p.nx, p.ny, p.dx, p.dy, p.x0, p.y0, cells);
-  if (result != expected.result) Fail("result", static_cast<std::size_t>(result + 1));
+  if (result != expected.result) Fail("result", 0);
   const std::string message = result == -1 ? "Bad cell index - shouldn't happen\n" : "";
   if (qv::test::TakeMessages() != message) Fail("message", 0);
   for (std::size_t i = 0; i < heights.size(); ++i) {

@@ -23,11 +23,11 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 std::vector<float> Grid(const Points& points, const NodePlacement& p, double power, double smoothing) {
   Guarded<float> out(p.Count());
-  const Points before = points;
-  EXPECT_EQ(InverseDistanceToAPower(points.data(), static_cast<int>(points.size() / 3), out.data(), p.nx,
-                                    p.ny, p.dx, p.dy, p.x0, p.y0, power, smoothing),
+  const Guarded<double> input(points);
+  EXPECT_EQ(InverseDistanceToAPower(input.data(), static_cast<int>(points.size() / 3), out.data(), p.nx, p.ny,
+                                    p.dx, p.dy, p.x0, p.y0, power, smoothing),
             0U);
-  EXPECT_TRUE(qv::test::SameBits(points.data(), before.data(), before.size())) << "the input changed";
+  EXPECT_TRUE(qv::test::SameBits(input.data(), points.data(), points.size())) << "the input changed";
   return out.Values();
 }
 
@@ -230,9 +230,9 @@ TEST(InverseDistanceToAPower, ManyPointsAndNodes_RunsSeamless) {
   // More points than one run of the kernels takes, and more nodes; points on some nodes.
   Random random(84);
   Points points = RandomPoints(random, 1030);
-  for (int i = 0; i < 40; ++i) {
-    points[static_cast<std::size_t>(3 * 25 * i)] = random.Between(0, 600) * 0.0625;
-    points[static_cast<std::size_t>(3 * 25 * i + 1)] = 1;
+  for (std::size_t i = 0; i < 40; ++i) {
+    points[3 * 25 * i] = random.Between(0, 600) * 0.0625;
+    points[3 * 25 * i + 1] = 1;
   }
   for (const double power : {2.0, 2.5}) {
     const auto heights = ExpectLikeReference(points, {600, 2, 0.0625, 1, 0, 0}, power, 0);

@@ -30,12 +30,12 @@ struct Gridded {
 
 Gridded Grid(const Triangles& triangles, const NodePlacement& p, int cells) {
   Guarded<float> out(p.Count());
-  const Triangles before = triangles;
+  const Guarded<double> input(triangles);
   TakeMessages();
-  const int result = LinearInterpolationOfTriangles(triangles.data(), static_cast<int>(triangles.size() / 9),
+  const int result = LinearInterpolationOfTriangles(input.data(), static_cast<int>(triangles.size() / 9),
                                                     out.data(), p.nx, p.ny, p.dx, p.dy, p.x0, p.y0, cells);
   EXPECT_EQ(TakeMessages(), result == -1 ? kBadCell : "");
-  EXPECT_TRUE(qv::test::SameBits(triangles.data(), before.data(), before.size())) << "the input changed";
+  EXPECT_TRUE(qv::test::SameBits(input.data(), triangles.data(), triangles.size())) << "the input changed";
   return {result, out.Values(), out.Untouched()};
 }
 
