@@ -74,6 +74,10 @@ TEST(CreateShadowStructure, TooSmallGrids_WriteNothing) {
   EXPECT_TRUE(records.Untouched());
 }
 
+TEST(CreateShadowStructure, OneRowOrNone_TheStructureIsNotRead) {
+  for (const int height : {1, 0, -5}) EXPECT_EQ(CreateShadowStructure(nullptr, 0, 4, height), height - 1);
+}
+
 // ---------------------------------------------------------------------------------------------------------------
 
 struct Scene {
