@@ -1,4 +1,5 @@
 // Names and primitives for picking as recorded calls, and the points of a surface.
+#include <cmath>
 #include <cstddef>
 #include <gtest/gtest.h>
 #include <limits>
@@ -148,6 +149,10 @@ TEST(CreateSurfaceXYZ, LastRow_LiesAtTheTop) {
   CreateSurfaceXYZ(xyz.data(), h.data(), 2, 3, 2, 0, 5, 1, 4);
   EXPECT_EQ(xyz[1], 1.0F);
   EXPECT_EQ(xyz[13], 5.0F);
+  EXPECT_EQ(xyz[11], -1e10F);
+  EXPECT_FALSE(std::signbit(xyz[2]));
+  CreateSurfaceXYZ(xyz.data(), h.data(), 2, 3, -2, 0, 5, 1, 4);
+  EXPECT_TRUE(std::signbit(xyz[2]));  // -2 * 0
   EXPECT_EQ(xyz[11], -1e10F);
 }
 

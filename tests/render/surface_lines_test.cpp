@@ -39,6 +39,10 @@ int RandomStep(qv::test::Random& random) {
   return random.Chance(0.05) ? std::numeric_limits<int>::max() : random.Between(1, 16);
 }
 
+int RandomSize(qv::test::Random& random) {
+  return random.Between(2, random.Chance(0.1) ? 70 : 14);
+}
+
 struct Case {
   int width, height, colStep, rowStep;
   std::vector<float> h, tex;
@@ -46,8 +50,8 @@ struct Case {
   std::vector<double> hd, texd;
 
   explicit Case(qv::test::Random& random)
-      : width(random.Between(2, 14)),
-        height(random.Between(2, 14)),
+      : width(RandomSize(random)),
+        height(RandomSize(random)),
         colStep(RandomStep(random)),
         rowStep(RandomStep(random)),
         place(RandomPlacement(random)) {
