@@ -17,7 +17,7 @@ bool LoadedWithoutGlx() {
 
 int QV_CALL PickPixelFormat(void* dc, unsigned char preferAccelerated) {
   qv::platform::DevicePixelFormats device(dc);
-  return qv::render::ChooseWindowFormat(device, qv::LowByte(preferAccelerated) == 1);
+  return qv::render::ChooseWindowFormat(device, qv::LowByte(preferAccelerated));
 }
 
 int QV_CALL PickMemoryPixelFormat(void* dc) {

@@ -110,12 +110,12 @@ int FindBitmapFormat(PixelFormats& device, int count, PixelFormat format) {
 
 }  // namespace
 
-int ChooseWindowFormat(PixelFormats& device, bool preferAccelerated) {
+int ChooseWindowFormat(PixelFormats& device, std::uint8_t preferAccelerated) {
   const int count = device.Count();
   WindowFormats lists(count);
   ListWindowFormats(device, count, &lists);
   Choice best;
-  if (preferAccelerated && !lists.accelerated.Empty()) best = ChooseFrom(device, lists.accelerated);
+  if (preferAccelerated == 1 && !lists.accelerated.Empty()) best = ChooseFrom(device, lists.accelerated);
   if (best.index == -1) best = ChooseFrom(device, lists.software);
   if (best.index == -1) {
     ShowNotFound(device);

@@ -60,11 +60,13 @@ struct Light {
 }  // namespace
 
 int QV_CALL CreateShadowStructure(QV_ShadowStructure* s, int /*unused*/, int width, int height) {
+  const auto rows = static_cast<int>(std::int64_t{height} - 1);
+  if (height < 2) return rows;
   const ShadowCells cells = {s->triangles, width, height};
-  for (int row = 0; row < std::int64_t{height} - 1; ++row) {
+  for (int row = 0; row < rows; ++row) {
     for (int column = 0; column < std::int64_t{width} - 1; ++column) cells.Cell(column, row);
   }
-  return static_cast<int>(std::int64_t{height} - 1);
+  return rows;
 }
 
 int QV_CALL DoShadowPass(const float* light, int triangleCount, const float* vertices,

@@ -1,5 +1,6 @@
 #include "render/pixel_format_choice.h"
 
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -69,7 +70,7 @@ PixelFormat Bitmap24() {
   return format;
 }
 
-int ChosenWindow(const std::vector<PixelFormat>& formats, bool preferAccelerated) {
+int ChosenWindow(const std::vector<PixelFormat>& formats, std::uint8_t preferAccelerated) {
   FakeDevice device(formats);
   const int chosen = ChooseWindowFormat(device, preferAccelerated);
   EXPECT_EQ(device.set, chosen == -1 ? std::vector<int>{} : std::vector<int>{chosen});
@@ -78,49 +79,60 @@ int ChosenWindow(const std::vector<PixelFormat>& formats, bool preferAccelerated
 }
 
 TEST(ChooseWindowFormat, EqualAccelerated_TheFirst) {
-  EXPECT_EQ(ChosenWindow({Driver(32, 24), Driver(32, 24)}, true), 1);
-  EXPECT_EQ(ChosenWindow({GenericAccelerated(32, 24), GenericAccelerated(32, 24)}, true), 1);
+  EXPECT_EQ(ChosenWindow({Driver(32, 24), Driver(32, 24)}, 1), 1);
+  EXPECT_EQ(ChosenWindow({GenericAccelerated(32, 24), GenericAccelerated(32, 24)}, 1), 1);
 }
 
 TEST(ChooseWindowFormat, MoreColorBits_BeatMoreDepth) {
-  EXPECT_EQ(ChosenWindow({Driver(24, 32), Driver(32, 16), Driver(24, 32)}, true), 2);
-  EXPECT_EQ(ChosenWindow({Software(24, 32), Software(32, 16), Software(24, 32)}, false), 2);
+  EXPECT_EQ(ChosenWindow({Driver(24, 32), Driver(32, 16), Driver(24, 32)}, 1), 2);
+  EXPECT_EQ(ChosenWindow({Software(24, 32), Software(32, 16), Software(24, 32)}, 0), 2);
 }
 
 TEST(ChooseWindowFormat, EqualColorBits_MoreDepth) {
-  EXPECT_EQ(ChosenWindow({Driver(32, 16), Driver(32, 24), Driver(32, 16)}, true), 2);
-  EXPECT_EQ(ChosenWindow({Software(32, 16), Software(32, 24), Software(32, 24)}, false), 2);
+  EXPECT_EQ(ChosenWindow({Driver(32, 16), Driver(32, 24), Driver(32, 16)}, 1), 2);
+  EXPECT_EQ(ChosenWindow({Software(32, 16), Software(32, 24), Software(32, 24)}, 0), 2);
 }
 
 TEST(ChooseWindowFormat, DriverFormat_NotGivenUpForAGenericOne) {
-  EXPECT_EQ(ChosenWindow({Driver(24, 16), GenericAccelerated(32, 24)}, true), 1);
-  EXPECT_EQ(ChosenWindow({Driver(24, 16), GenericAccelerated(24, 24)}, true), 1);
-  EXPECT_EQ(ChosenWindow({Driver(24, 16), GenericAccelerated(32, 24), Driver(32, 16)}, true), 3);
+  EXPECT_EQ(ChosenWindow({Driver(24, 16), GenericAccelerated(32, 24)}, 1), 1);
+  EXPECT_EQ(ChosenWindow({Driver(24, 16), GenericAccelerated(24, 24)}, 1), 1);
+  EXPECT_EQ(ChosenWindow({Driver(24, 16), GenericAccelerated(32, 24), Driver(32, 16)}, 1), 3);
 }
 
 TEST(ChooseWindowFormat, GenericFormatFirst_GivenUpForABetterDriverFormatOnly) {
-  EXPECT_EQ(ChosenWindow({GenericAccelerated(24, 24), Driver(32, 16)}, true), 2);
-  EXPECT_EQ(ChosenWindow({GenericAccelerated(32, 24), Driver(24, 24)}, true), 1);
-  EXPECT_EQ(ChosenWindow({GenericAccelerated(32, 24), GenericAccelerated(32, 32)}, true), 2);
+  EXPECT_EQ(ChosenWindow({GenericAccelerated(24, 24), Driver(32, 16)}, 1), 2);
+  EXPECT_EQ(ChosenWindow({GenericAccelerated(32, 24), Driver(24, 24)}, 1), 1);
+  EXPECT_EQ(ChosenWindow({GenericAccelerated(32, 24), GenericAccelerated(32, 32)}, 1), 2);
 }
 
 TEST(ChooseWindowFormat, Accelerated_OnlyWherePreferred) {
   const std::vector<PixelFormat> formats = {Software(32, 32), Driver(16, 16)};
-  EXPECT_EQ(ChosenWindow(formats, true), 2);
-  EXPECT_EQ(ChosenWindow(formats, false), 1);
+  EXPECT_EQ(ChosenWindow(formats, 1), 2);
+  EXPECT_EQ(ChosenWindow(formats, 0), 1);
+}
+
+TEST(ChooseWindowFormat, PreferenceOtherThanOne_IsNone) {
+  for (const std::uint8_t value : {2, 3, 0x81, 0xFF}) {
+    EXPECT_EQ(ChosenWindow({Software(32, 32), Driver(16, 16)}, value), 1);
+  }
+}
+
+TEST(ChooseWindowFormat, BothListsInOneOrder_TheIndicesAreTheDevices) {
+  EXPECT_EQ(ChosenWindow({Format(0, 32, 32), Software(16, 16), Driver(24, 16), Software(24, 24)}, 0), 4);
+  EXPECT_EQ(ChosenWindow({Format(0, 32, 32), Software(16, 16), Driver(24, 16), Software(24, 24)}, 1), 3);
 }
 
 TEST(ChooseWindowFormat, NothingAccelerated_SoftwareInstead) {
-  EXPECT_EQ(ChosenWindow({Software(16, 16), Software(24, 16)}, true), 2);
+  EXPECT_EQ(ChosenWindow({Software(16, 16), Software(24, 16)}, 1), 2);
 }
 
 TEST(ChooseWindowFormat, OnlyDriverFormatsNotPreferred_MessageAndFailure) {
-  EXPECT_EQ(ChosenWindow({Driver(32, 24)}, false), -1);
+  EXPECT_EQ(ChosenWindow({Driver(32, 24)}, 0), -1);
 }
 
 TEST(ChooseWindowFormat, NoFormats_MessageAndFailure) {
-  EXPECT_EQ(ChosenWindow({}, true), -1);
-  EXPECT_EQ(ChosenWindow({}, false), -1);
+  EXPECT_EQ(ChosenWindow({}, 1), -1);
+  EXPECT_EQ(ChosenWindow({}, 0), -1);
 }
 
 TEST(ChooseWindowFormat, FormatsThatDoNotSuit_AreLeftOut) {
@@ -129,20 +141,20 @@ TEST(ChooseWindowFormat, FormatsThatDoNotSuit_AreLeftOut) {
   const std::vector<PixelFormat> unsuited = {
       Format(kWindow & ~kDrawToWindow, 32, 24), Format(kWindow & ~kDoubleBuffer, 32, 24),
       Format(kWindow & ~kSupportOpenGL, 32, 24), Driver(32, 0), indexed};
-  EXPECT_EQ(ChosenWindow(unsuited, true), -1);
+  EXPECT_EQ(ChosenWindow(unsuited, 1), -1);
   std::vector<PixelFormat> withOne = unsuited;
   withOne.push_back(Driver(8, 16));
-  EXPECT_EQ(ChosenWindow(withOne, true), 6);
+  EXPECT_EQ(ChosenWindow(withOne, 1), 6);
 }
 
 TEST(ChooseWindowFormat, NoColorBits_StillTakenForItsDepth) {
-  EXPECT_EQ(ChosenWindow({Driver(0, 16)}, true), 1);
+  EXPECT_EQ(ChosenWindow({Driver(0, 16)}, 1), 1);
 }
 
 TEST(ChooseWindowFormat, DeviceRefuses_Failure) {
   FakeDevice device({Driver(32, 24)});
   device.accepts = false;
-  EXPECT_EQ(ChooseWindowFormat(device, true), -1);
+  EXPECT_EQ(ChooseWindowFormat(device, 1), -1);
   EXPECT_EQ(device.set, std::vector<int>{1});
   EXPECT_TRUE(device.messages.empty());
 }

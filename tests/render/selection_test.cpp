@@ -1,4 +1,5 @@
 // Names and primitives for picking as recorded calls, and the points of a surface.
+#include <cmath>
 #include <cstddef>
 #include <gtest/gtest.h>
 #include <limits>
@@ -26,10 +27,14 @@ bool Missing(float z) {
 
 struct Case {
   int width, height;
+  unsigned mode;
   std::vector<float> h;
   float zScale = 1.5F, xOffset = -0.7F, yOffset = 0.3F, xSize = 2.1F, ySize = 0.9F;
 
-  explicit Case(qv::test::Random& random) : width(random.Between(2, 9)), height(random.Between(2, 9)) {
+  explicit Case(qv::test::Random& random)
+      : width(random.Between(2, 9)),
+        height(random.Between(2, 9)),
+        mode(static_cast<unsigned>(random.Between(0, 9))) {
     h = qv::test::RandomSamples(random, static_cast<std::size_t>(width) * height,
                                 {.missing = 0.2, .nan = 0.05, .magnitude = 2});
   }
@@ -42,7 +47,7 @@ struct Case {
       if (Missing(Height(i, j))) return;
     }
     calls.push_back(Call("glLoadName", {static_cast<double>(name)}));
-    calls.push_back(Call("glBegin", {GL_TRIANGLES}));
+    calls.push_back(Call("glBegin", {static_cast<double>(mode)}));
     for (const auto& [i, j] : corners)
       calls.push_back(Call("glVertex3f", {X(i), Y(j), zScale * Height(i, j)}));
     calls.push_back(Call("glEnd"));
@@ -53,7 +58,7 @@ TEST(RenderTrianglesForSelection, RandomGrids_EqualTheReference) {
   qv::test::Random random(5);
   for (int round = 0; round < 100; ++round) {
     const Case c(random);
-    EXPECT_EQ(RenderTrianglesForSelection(c.h.data(), c.width, c.height, GL_TRIANGLES, c.zScale, c.xOffset,
+    EXPECT_EQ(RenderTrianglesForSelection(c.h.data(), c.width, c.height, c.mode, c.zScale, c.xOffset,
                                           c.yOffset, c.xSize, c.ySize),
               0U);
     GLCalls expected;
@@ -71,8 +76,8 @@ TEST(RenderPointsForSelection, RandomGrids_EqualTheReference) {
   qv::test::Random random(6);
   for (int round = 0; round < 100; ++round) {
     const Case c(random);
-    EXPECT_EQ(RenderPointsForSelection(c.h.data(), c.width, c.height, GL_TRIANGLES, c.zScale, c.xOffset,
-                                       c.yOffset, c.xSize, c.ySize),
+    EXPECT_EQ(RenderPointsForSelection(c.h.data(), c.width, c.height, c.mode, c.zScale, c.xOffset, c.yOffset,
+                                       c.xSize, c.ySize),
               0U);
     GLCalls expected;
     for (int j = 0; j < c.height; ++j) {
@@ -144,6 +149,10 @@ TEST(CreateSurfaceXYZ, LastRow_LiesAtTheTop) {
   CreateSurfaceXYZ(xyz.data(), h.data(), 2, 3, 2, 0, 5, 1, 4);
   EXPECT_EQ(xyz[1], 1.0F);
   EXPECT_EQ(xyz[13], 5.0F);
+  EXPECT_EQ(xyz[11], -1e10F);
+  EXPECT_FALSE(std::signbit(xyz[2]));
+  CreateSurfaceXYZ(xyz.data(), h.data(), 2, 3, -2, 0, 5, 1, 4);
+  EXPECT_TRUE(std::signbit(xyz[2]));  // -2 * 0
   EXPECT_EQ(xyz[11], -1e10F);
 }
 

@@ -1,4 +1,5 @@
 // Shader slots over a stand-in for OpenGL that names objects, answers logs and errors, and records.
+#include <algorithm>
 #include <cstddef>
 #include <gtest/gtest.h>
 #include <limits>
@@ -86,11 +87,42 @@ TEST_F(Shaders, InitShadersTwice_DeletesTheFirstObjectsFirst) {
   EXPECT_EQ(shaderSlots.program[3], 105U);
 }
 
+TEST_F(Shaders, EachObjectAlone_IsReleased) {
+  shaderSlots.vertex[3] = 7;
+  EXPECT_EQ(ReleaseShader(3), 0U);
+  EXPECT_EQ(TakeGLCalls(), (GLCalls{Call("glDetachObjectARB", {0, 7}), Call("glDeleteObjectARB", {7})}));
+  EXPECT_EQ(shaderSlots.vertex[3], 0U);
+  shaderSlots.fragment[3] = 8;
+  EXPECT_EQ(ReleaseShader(3), 0U);
+  EXPECT_EQ(TakeGLCalls(), (GLCalls{Call("glDetachObjectARB", {0, 8}), Call("glDeleteObjectARB", {8})}));
+  EXPECT_EQ(shaderSlots.fragment[3], 0U);
+  shaderSlots.program[3] = 9;
+  EXPECT_EQ(ReleaseShader(3), 0U);
+  EXPECT_EQ(TakeGLCalls(), (GLCalls{Call("glDeleteObjectARB", {9})}));
+  EXPECT_EQ(shaderSlots.program[3], 0U);
+}
+
+TEST_F(Shaders, InitShadersWithOneObjectLeft_DeletesItFirst) {
+  for (unsigned* left : {&shaderSlots.vertex[3], &shaderSlots.fragment[3], &shaderSlots.program[3]}) {
+    shaderSlots = {};
+    *left = 7;
+    EXPECT_EQ(Init(), 0U);
+    const auto calls = TakeGLCalls();
+    const auto deleted = std::find(calls.begin(), calls.end(), Call("glDeleteObjectARB", {7}));
+    ASSERT_NE(deleted, calls.end());
+    EXPECT_EQ((deleted + 1)->name, "glCreateShaderObjectARB");
+  }
+}
+
 TEST_F(Shaders, EmptyOrNullNames_FailBeforeAnyCall) {
   EXPECT_EQ(InitShaders(3, "", fragmentFile.name()), 1U);
   EXPECT_EQ(InitShaders(3, vertexFile.name(), ""), 1U);
   EXPECT_EQ(InitShaders(3, nullptr, fragmentFile.name()), 1U);
   EXPECT_EQ(InitShaders(3, vertexFile.name(), nullptr), 1U);
+  EXPECT_EQ(TakeGLCalls(), GLCalls{});
+  shaderSlots.vertex[3] = 7;  // stays: nothing was released
+  EXPECT_EQ(InitShaders(3, "", ""), 1U);
+  EXPECT_EQ(shaderSlots.vertex[3], 7U);
   EXPECT_EQ(TakeGLCalls(), GLCalls{});
 }
 
@@ -135,6 +167,23 @@ TEST_F(Shaders, WordFailInACompileLog_FailsInAnyLetterCase) {
   TakeGLCalls();
   EXPECT_EQ(ReleaseShader(3), 0U);
   EXPECT_EQ(TakeGLCalls().size(), 4U);  // both shaders, no program
+}
+
+TEST_F(Shaders, AfterAFailure_NoFurtherCall) {
+  const GLCalls all = Compiled();
+  const struct {
+    std::vector<std::string> logs;
+    unsigned status;
+    int calls;
+  } failures[] = {{{"x"}, 1, 2}, {{"", "x"}, 2, 4}, {{"", "", "fail"}, 3, 8}, {{"", "", "", "fail"}, 4, 10}};
+  qv::test::glAnswers.error = GL_INVALID_OPERATION;
+  for (const auto& failure : failures) {
+    shaderSlots = {};
+    qv::test::glAnswers.nextName = 100;
+    qv::test::glAnswers.infoLogs = failure.logs;
+    EXPECT_EQ(Init(), failure.status);
+    EXPECT_EQ(TakeGLCalls(), GLCalls(all.begin(), all.begin() + failure.calls)) << failure.status;
+  }
 }
 
 TEST_F(Shaders, LongLog_IsReadUpTo999Characters) {
@@ -185,6 +234,35 @@ TEST_F(Shaders, FunctionsNotLoaded_MakeNoCall) {
   EXPECT_EQ(TurnOff(), 0U);
   EXPECT_EQ(SetupUniformVariable(3, 1, "x"), -1);
   EXPECT_EQ(TakeGLCalls(), GLCalls{});
+}
+
+TEST_F(Shaders, OneFunctionNotLoaded_MakesNoCall) {
+  const auto expectNothing = [](auto& function, unsigned failure, auto call) {
+    qv::test::SetObjectEntryPoints(true);
+    function = nullptr;
+    shaderSlots = {};
+    shaderSlots.vertex[4] = 7;
+    EXPECT_EQ(static_cast<unsigned>(call()), failure);
+    EXPECT_EQ(TakeGLCalls(), GLCalls{});
+    EXPECT_EQ(shaderSlots.vertex[4], 7U);
+  };
+  const auto init = [this] { return Init(4); };
+  expectNothing(__glewCreateShaderObjectARB, 1, init);
+  expectNothing(__glewGetInfoLogARB, 1, init);
+  expectNothing(__glewShaderSourceARB, 1, init);
+  expectNothing(__glewCompileShaderARB, 1, init);
+  expectNothing(__glewCreateProgramObjectARB, 1, init);
+  expectNothing(__glewAttachObjectARB, 1, init);
+  expectNothing(__glewLinkProgramARB, 1, init);
+  expectNothing(__glewDetachObjectARB, 1, init);
+  expectNothing(__glewDeleteObjectARB, 1, init);
+  const auto release = [] { return ReleaseShader(4); };
+  expectNothing(__glewDetachObjectARB, 0, release);
+  expectNothing(__glewDeleteObjectARB, 0, release);
+  const auto setUniform = [] { return SetupUniformVariable(4, 1, "x"); };
+  qv::test::glAnswers.uniformLocation = 0;
+  expectNothing(__glewGetUniformLocationARB, ~0U, setUniform);
+  expectNothing(__glewUniform1iARB, ~0U, setUniform);
 }
 
 }  // namespace

@@ -74,6 +74,10 @@ TEST(CreateShadowStructure, TooSmallGrids_WriteNothing) {
   EXPECT_TRUE(records.Untouched());
 }
 
+TEST(CreateShadowStructure, OneRowOrNone_TheStructureIsNotRead) {
+  for (const int height : {1, 0, -5}) EXPECT_EQ(CreateShadowStructure(nullptr, 0, 4, height), height - 1);
+}
+
 // ---------------------------------------------------------------------------------------------------------------
 
 struct Scene {
@@ -85,10 +89,10 @@ struct Scene {
     for (int k = 0; k < width * height; ++k) {
       vertices.push_back(static_cast<float>(k % width));
       vertices.push_back(static_cast<float>(k / width));
-      vertices.push_back(random.Chance(missing) ? -1e10F : static_cast<float>(random.Between(0.0, 3.0)));
+      const float hole = k % 2 == 0 ? -1e10F : std::numeric_limits<float>::quiet_NaN();
+      vertices.push_back(random.Chance(missing) ? hole : static_cast<float>(random.Between(0.0, 3.0)));
     }
-    for (auto& triangle : triangles)
-      triangle.lit = random.Chance(0.6) ? static_cast<unsigned>(random.Next()) | 1U : 0;
+    for (auto& triangle : triangles) triangle.lit = random.Chance(0.6) ? 1U << random.Between(0, 31) : 0;
   }
 
   int Draw(const float (&light)[3], int count) const {
@@ -98,15 +102,18 @@ struct Scene {
   }
 };
 
-GLCalls Volumes(const Scene& scene, const float (&light)[3]) {
+/// Of the first `count` triangles, whose neighbours may be among the others.
+GLCalls Volumes(const Scene& scene, const float (&light)[3], std::size_t count) {
   GLCalls calls;
   const float f = std::sqrt(3.0F);
-  for (const auto& triangle : scene.triangles) {
+  const auto missing = [](float z) { return z == -1e10F || z != z; };
+  for (std::size_t t = 0; t < count; ++t) {
+    const QV_ShadowTriangle& triangle = scene.triangles[t];
     for (int e = 0; e < 3 && triangle.lit != 0; ++e) {
       if (triangle.neighbour[e] == -1 || scene.triangles[triangle.neighbour[e]].lit != 0) continue;
       const float* ends[2] = {&scene.vertices[3 * triangle.vertex[e]],
                               &scene.vertices[3 * triangle.vertex[(e + 1) % 3]]};
-      if (ends[0][2] == -1e10F || ends[1][2] == -1e10F) continue;
+      if (missing(ends[0][2]) || missing(ends[1][2])) continue;
       calls.push_back(Call("glBegin", {GL_TRIANGLE_STRIP}));
       for (const float* p : ends) {
         calls.push_back(Call("glVertex3f", {p[0], p[1], p[2]}));
@@ -125,8 +132,9 @@ TEST(DoShadowPass, RandomFlags_EqualTheReference) {
   for (int round = 0; round < 50; ++round) {
     const Scene scene(random, 0.1);
     const float light[3] = {1.5F, -2.25F, 10.0F};
-    EXPECT_EQ(scene.Draw(light, static_cast<int>(scene.triangles.size())), 0);
-    const GLCalls expected = Volumes(scene, light);
+    const std::size_t count = round % 2 == 0 ? scene.triangles.size() : scene.triangles.size() / 2;
+    EXPECT_EQ(scene.Draw(light, static_cast<int>(count)), 0);
+    const GLCalls expected = Volumes(scene, light, count);
     ASSERT_EQ(TakeGLCalls(), expected);
     drawn += expected.size();
   }
@@ -165,6 +173,17 @@ TEST(SetupATIStencilShadows, NotLoaded_DoesNothing) {
   qv::test::SetObjectEntryPoints(false);
   SetupATIStencilShadows();
   SetActiveStencilFace(GL_FRONT);
+  EXPECT_EQ(TakeGLCalls(), GLCalls{});
+}
+
+TEST(SetupATIStencilShadows, OneOfTheTwoNotLoaded_DoesNothing) {
+  qv::test::SetObjectEntryPoints(true);
+  __glewStencilOpSeparateATI = nullptr;
+  SetupATIStencilShadows();
+  qv::test::SetObjectEntryPoints(true);
+  __glewStencilFuncSeparateATI = nullptr;
+  SetupATIStencilShadows();
+  qv::test::SetObjectEntryPoints(false);
   EXPECT_EQ(TakeGLCalls(), GLCalls{});
 }
 

@@ -34,6 +34,15 @@ Placement RandomPlacement(qv::test::Random& random) {
   return {number(), number(), number(), number(), number()};
 }
 
+/// Up to beyond the grid, and now and then the largest of all.
+int RandomStep(qv::test::Random& random) {
+  return random.Chance(0.05) ? std::numeric_limits<int>::max() : random.Between(1, 16);
+}
+
+int RandomSize(qv::test::Random& random) {
+  return random.Between(2, random.Chance(0.1) ? 70 : 14);
+}
+
 struct Case {
   int width, height, colStep, rowStep;
   std::vector<float> h, tex;
@@ -41,13 +50,13 @@ struct Case {
   std::vector<double> hd, texd;
 
   explicit Case(qv::test::Random& random)
-      : width(random.Between(2, 14)),
-        height(random.Between(2, 14)),
-        colStep(random.Between(1, 16)),
-        rowStep(random.Between(1, 16)),
+      : width(RandomSize(random)),
+        height(RandomSize(random)),
+        colStep(RandomStep(random)),
+        rowStep(RandomStep(random)),
         place(RandomPlacement(random)) {
     const std::size_t count = static_cast<std::size_t>(width) * height;
-    h = qv::test::RandomSamples(random, count, {.missing = 0.1, .magnitude = 2});
+    h = qv::test::RandomSamples(random, count, {.missing = 0.1, .infinite = 0.05, .magnitude = 2});
     tex = qv::test::RandomSamples(random, count, {});
     hd.assign(h.begin(), h.end());
     texd.assign(tex.begin(), tex.end());
@@ -320,6 +329,29 @@ TEST(RenderSilhouetteLines, RandomGrids_EqualTheReference) {
     }
     EXPECT_EQ(TakeGLCalls(), expected);
   });
+}
+
+/// A NaN compares with nothing, so the vertices are counted.
+TEST(RenderSilhouetteLines, NaN_IsAHeightInEveryDrawing) {
+  const std::vector<float> h(12, std::numeric_limits<float>::quiet_NaN());
+  const std::vector<double> hd(h.begin(), h.end());
+  const auto vertices = [] {
+    int nan = 0;
+    for (const auto& call : TakeGLCalls()) {
+      if (call.name.starts_with("glVertex3") && std::isnan(call.arguments[2])) ++nan;
+    }
+    return nan;
+  };
+  RenderSilhouetteLines(h.data(), 4, 3, 1, 1, 1, 0, 0, 1, 1);
+  EXPECT_EQ(vertices(), 24);
+  RenderWaterfallSurfacef(h.data(), 0, h.data(), 4, 3, 1, GL_LINE_STRIP, 0, 1, 0, 0, 1, 1);
+  EXPECT_EQ(vertices(), 12);
+  RenderWaterfallSurface(hd.data(), 0, hd.data(), 4, 3, 1, GL_LINE_STRIP, 90, 1);
+  EXPECT_EQ(vertices(), 12);
+  RenderSideWallsf(h.data(), 4, 3, 1, 1, 0, 0, 1, 1);
+  EXPECT_EQ(vertices(), 2 * (4 + 3) + 4);
+  RenderSideWalls(hd.data(), 4, 3, 1, 1);
+  EXPECT_EQ(vertices(), 2 * (4 + 3) + 4);
 }
 
 TEST(RenderSilhouetteLines, NoSamplesOrSteps_DrawNothing) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
@@ -87,62 +88,104 @@ TEST_F(BuildVBOsTest, UnusedStreams_AreNotRead) {
 
 TEST_F(BuildVBOsTest, Refresh_UploadsIntoTheExistingNames) {
   const Streams s;
-  std::array<unsigned, 4> names = {11, 12, 13, 14};
-  EXPECT_EQ(VBOBufferData(2, 1, 1, 0, 1, s.vertices, s.tex, s.normals, s.colors, &names[0], &names[1],
-                          &names[2], &names[3]),
-            0U);
-  EXPECT_EQ(TakeGLCalls(), (GLCalls{Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 11}), s.Upload(0),
-                                    Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 12}), s.Upload(1),
-                                    Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 14}), s.Upload(3)}));
-  EXPECT_EQ(names, (std::array<unsigned, 4>{11, 12, 13, 14}));
+  for (int choice = 0; choice < 16; ++choice) {
+    std::array<unsigned, 4> names = {11, 12, 13, 14};
+    EXPECT_EQ(VBOBufferData(2, choice & 1, choice & 2, choice & 4, choice & 8, s.vertices, s.tex, s.normals,
+                            s.colors, &names[0], &names[1], &names[2], &names[3]),
+              0U);
+    GLCalls expected;
+    for (int stream = 0; stream < 4; ++stream) {
+      if ((choice >> stream & 1) == 0) continue;
+      expected.push_back(Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 11.0 + stream}));
+      expected.push_back(s.Upload(stream));
+    }
+    EXPECT_EQ(TakeGLCalls(), expected) << "choice " << choice;
+    EXPECT_EQ(names, (std::array<unsigned, 4>{11, 12, 13, 14}));
+  }
 }
 
-TEST_F(SetPointersToVBOBuffersARBTest, EnabledStreams_AreBoundAndTheLastStaysBound) {
+TEST_F(SetPointersToVBOBuffersARBTest, EveryChoiceOfStreams_AreBoundInOrderAndTheLastStaysBound) {
   const std::array<unsigned, 4> names = {11, 12, 13, 14};
-  EXPECT_EQ(SetPointersToVBOBuffersARB(1, 1, 1, 1, &names[0], &names[1], &names[2], &names[3]), 0U);
-  EXPECT_EQ(
-      TakeGLCalls(),
-      (GLCalls{
-          Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 11}), Call("glVertexPointer", {3, GL_FLOAT, 0, 0}),
-          Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 12}), Call("glTexCoordPointer", {1, GL_FLOAT, 0, 0}),
-          Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 13}), Call("glNormalPointer", {GL_FLOAT, 0, 0}),
-          Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 14}), Call("glColorPointer", {3, GL_FLOAT, 0, 0})}));
-  EXPECT_EQ(SetPointersToVBOBuffersARB(0, 0, 1, 0, nullptr, nullptr, &names[2], nullptr), 0U);
-  EXPECT_EQ(TakeGLCalls(), (GLCalls{Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 13}),
-                                    Call("glNormalPointer", {GL_FLOAT, 0, 0})}));
+  const GLCall pointers[4] = {
+      Call("glVertexPointer", {3, GL_FLOAT, 0, 0}), Call("glTexCoordPointer", {1, GL_FLOAT, 0, 0}),
+      Call("glNormalPointer", {GL_FLOAT, 0, 0}), Call("glColorPointer", {3, GL_FLOAT, 0, 0})};
+  for (int choice = 0; choice < 16; ++choice) {
+    const auto name = [&](int stream) { return (choice >> stream & 1) != 0 ? &names[stream] : nullptr; };
+    EXPECT_EQ(SetPointersToVBOBuffersARB(choice & 1, choice & 2, choice & 4, choice & 8, name(0), name(1),
+                                         name(2), name(3)),
+              0U);
+    GLCalls expected;
+    for (int stream = 0; stream < 4; ++stream) {
+      if (name(stream) == nullptr) continue;
+      expected.push_back(Call("glBindBufferARB", {GL_ARRAY_BUFFER_ARB, 11.0 + stream}));
+      expected.push_back(pointers[stream]);
+    }
+    EXPECT_EQ(TakeGLCalls(), expected) << "choice " << choice;
+  }
 }
 
 TEST_F(DeleteVBOBuffersTest, NamesThatAreSet_AreDeletedAndZeroed) {
-  std::array<unsigned, 4> names = {11, 0, 13, 0};
-  DeleteVBOBuffers(&names[0], &names[1], &names[2], &names[3]);
-  EXPECT_EQ(TakeGLCalls(),
-            (GLCalls{Call("glDeleteBuffersARB", {1, 11}), Call("glDeleteBuffersARB", {1, 13})}));
-  EXPECT_EQ(names, (std::array<unsigned, 4>{}));
-  DeleteVBOBuffers(&names[0], &names[1], &names[2], &names[3]);
-  EXPECT_EQ(TakeGLCalls(), GLCalls{});
+  for (int choice = 0; choice < 16; ++choice) {
+    std::array<unsigned, 4> names = {};
+    GLCalls expected;
+    for (int stream = 0; stream < 4; ++stream) {
+      if ((choice >> stream & 1) == 0) continue;
+      names[stream] = 11U + static_cast<unsigned>(stream);
+      expected.push_back(Call("glDeleteBuffersARB", {1, 11.0 + stream}));
+    }
+    DeleteVBOBuffers(&names[0], &names[1], &names[2], &names[3]);
+    EXPECT_EQ(TakeGLCalls(), expected) << "choice " << choice;
+    EXPECT_EQ(names, (std::array<unsigned, 4>{}));
+    DeleteVBOBuffers(&names[0], &names[1], &names[2], &names[3]);
+    EXPECT_EQ(TakeGLCalls(), GLCalls{});
+  }
 }
 
 TEST_F(DrawRangeElementsTest, Arguments_AreForwarded) {
-  DrawRangeElements(GL_TRIANGLE_STRIP, 3, 9, 5, GL_UNSIGNED_INT, nullptr);
+  const void* offset = reinterpret_cast<const void*>(std::uintptr_t{24});
+  DrawRangeElements(GL_TRIANGLE_STRIP, 3, 9, 5, GL_UNSIGNED_INT, offset);
   EXPECT_EQ(TakeGLCalls(),
-            (GLCalls{Call("glDrawRangeElements", {GL_TRIANGLE_STRIP, 3, 9, 5, GL_UNSIGNED_INT, 0})}));
+            (GLCalls{Call("glDrawRangeElements", {GL_TRIANGLE_STRIP, 3, 9, 5, GL_UNSIGNED_INT, 24})}));
 }
 
-TEST(BuildVBOs, FunctionsNotLoaded_NothingIsDone) {
-  qv::test::SetObjectEntryPoints(false);
+/// What each export does with everything asked for, on buffers that exist.
+void ExpectNothingDone(bool build, bool others) {
   const Streams s;
   std::array<unsigned, 4> names = {11, 12, 13, 14};
-  EXPECT_EQ(BuildVBOs(2, 1, 1, 1, 1, s.vertices, s.tex, s.normals, s.colors, &names[0], &names[1], &names[2],
-                      &names[3]),
-            0U);
-  EXPECT_EQ(VBOBufferData(2, 1, 1, 1, 1, s.vertices, s.tex, s.normals, s.colors, &names[0], &names[1],
-                          &names[2], &names[3]),
-            0U);
-  EXPECT_EQ(SetPointersToVBOBuffersARB(1, 1, 1, 1, &names[0], &names[1], &names[2], &names[3]), 0U);
-  DeleteVBOBuffers(&names[0], &names[1], &names[2], &names[3]);
-  DrawRangeElements(GL_TRIANGLE_STRIP, 0, 1, 1, GL_UNSIGNED_INT, nullptr);
+  if (build) {
+    EXPECT_EQ(BuildVBOs(2, 1, 1, 1, 1, s.vertices, s.tex, s.normals, s.colors, &names[0], &names[1],
+                        &names[2], &names[3]),
+              0U);
+  }
+  if (others) {
+    EXPECT_EQ(VBOBufferData(2, 1, 1, 1, 1, s.vertices, s.tex, s.normals, s.colors, &names[0], &names[1],
+                            &names[2], &names[3]),
+              0U);
+    EXPECT_EQ(SetPointersToVBOBuffersARB(1, 1, 1, 1, &names[0], &names[1], &names[2], &names[3]), 0U);
+    DeleteVBOBuffers(&names[0], &names[1], &names[2], &names[3]);
+    DrawRangeElements(GL_TRIANGLE_STRIP, 0, 1, 1, GL_UNSIGNED_INT, nullptr);
+  }
   EXPECT_EQ(TakeGLCalls(), GLCalls{});
   EXPECT_EQ(names, (std::array<unsigned, 4>{11, 12, 13, 14}));
+}
+
+TEST_F(BuildVBOsTest, FunctionsNotLoaded_NothingIsDone) {
+  qv::test::SetObjectEntryPoints(false);
+  ExpectNothingDone(true, true);
+}
+
+TEST_F(BuildVBOsTest, OneFunctionNotLoaded_NothingIsDone) {
+  __glewGenBuffersARB = nullptr;
+  ExpectNothingDone(true, false);
+  qv::test::SetObjectEntryPoints(true);
+  __glewDeleteBuffersARB = nullptr;
+  ExpectNothingDone(true, false);
+  qv::test::SetObjectEntryPoints(true);
+  __glewBindBufferARB = nullptr;
+  ExpectNothingDone(true, false);
+  qv::test::SetObjectEntryPoints(true);
+  __glewBufferDataARB = nullptr;
+  ExpectNothingDone(true, false);
 }
 
 // ---------------------------------------------------------------------------------------------------------------
@@ -153,19 +196,20 @@ TEST(RenderImmediateMode, EveryChoiceOfAttributes_EqualsTheReference) {
   const auto vertices = values(30), normals = values(30), tex = values(10), rgb = values(30),
              grey = values(10);
   const std::vector<unsigned> indices = {0, 3, 9, 1, 1, 5, 2};
-  const std::vector<int> starts = {0, 3, 3, 7};
+  // The second strip is empty; the last one runs backwards, so that it begins and ends without a vertex.
+  const std::vector<int> starts = {0, 3, 3, 7, 6};
   const auto three = [](const char* name, const std::vector<float>& v, unsigned k) {
     return Call(name, {v[3 * k], v[3 * k + 1], v[3 * k + 2]});
   };
   for (int choice = 0; choice < 8; ++choice) {
     const int useTex = choice & 1, useRgb = choice & 2, useGrey = choice & 4;
     EXPECT_EQ(
-        RenderImmediateMode(3, starts.data(), indices.data(), vertices.data(), normals.data(),
+        RenderImmediateMode(4, starts.data(), indices.data(), vertices.data(), normals.data(),
                             useTex ? tex.data() : nullptr, useRgb ? rgb.data() : nullptr,
                             useGrey ? grey.data() : nullptr, GL_QUAD_STRIP, useTex, useRgb, useGrey, 99),
         0);
     GLCalls expected;
-    for (int s = 0; s < 3; ++s) {
+    for (int s = 0; s < 4; ++s) {
       if (starts[s] == starts[s + 1]) continue;
       expected.push_back(Call("glBegin", {GL_QUAD_STRIP}));
       for (int i = starts[s]; i < starts[s + 1]; ++i) {
@@ -303,9 +347,9 @@ TEST(CreateIndiciesList, LargerRandomGrids_DrawTheTrianglesOfTheWalk) {
   for (int round = 0; round < 200; ++round) {
     const int width = random.Between(2, 70), height = random.Between(2, 9);
     const double missing = random.Unit() * random.Unit();
-    ExpectDrawnStrips(
-        qv::test::RandomSamples(random, static_cast<std::size_t>(width) * height, {.missing = missing}),
-        width, height);
+    ExpectDrawnStrips(qv::test::RandomSamples(random, static_cast<std::size_t>(width) * height,
+                                              {.missing = missing, .nan = 0.02, .infinite = 0.02}),
+                      width, height);
     ASSERT_FALSE(HasFailure());
   }
 }
