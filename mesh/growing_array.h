@@ -69,11 +69,12 @@ class GrowingArray {
 
   bool Reallocate(std::size_t count) {
     if (count > kMaximum) return false;
-    void* moved = std::realloc(items_, count * sizeof(T));
+    const std::size_t bytes = platform::WholeLargePages(count * sizeof(T));
+    void* moved = std::realloc(items_, bytes);
     if (moved == nullptr) return false;
-    platform::PreferLargePages(moved, count * sizeof(T));
+    platform::PreferLargePages(moved, bytes);
     items_ = static_cast<T*>(moved);
-    capacity_ = count;
+    capacity_ = bytes / sizeof(T);
     return true;
   }
 

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "kernels/kernels.h"
+#include "platform/large_pages.h"
 
 namespace qv::spectral {
 
@@ -87,16 +88,16 @@ class LinePlan {
     const std::ptrdiff_t n = std::ptrdiff_t{1} << stages;
     factors_ = Allocate<double>(2 * n);
     order_ = Allocate<std::int32_t>(n);
-    work_ = Allocate<float>(2 * kLanes * n);
+    AllocateWork(n);
     if (!complete()) return;
     SetFactors(stages, direction);
     SetOrder(n);
     line_ = {stages, direction == kToHeights ? 1 / static_cast<float>(n) : 1.0F, factors_.get(),
              order_.get()};
   }
-  bool complete() const { return factors_ && order_ && work_; }
+  bool complete() const { return factors_ && order_ && block_; }
   const kernels::FftLine& line() const { return line_; }
-  float* work() const { return work_.get(); }
+  float* work() const { return work_; }
 
  private:
   void SetFactors(int stages, short direction) {
@@ -109,6 +110,14 @@ class LinePlan {
       }
     }
   }
+  void AllocateWork(std::ptrdiff_t n) {
+    constexpr std::size_t kBytesPerPosition = 2 * kLanes * sizeof(float);
+    const auto positions = static_cast<std::size_t>(n);
+    if (positions > std::numeric_limits<std::ptrdiff_t>::max() / kBytesPerPosition / 2) return;
+    const std::size_t bytes = positions * kBytesPerPosition;
+    block_ = Allocate<char>(static_cast<std::ptrdiff_t>(platform::RoomForAligned(bytes)));
+    if (block_) work_ = static_cast<float*>(platform::AlignedInside(block_.get(), bytes));
+  }
   void SetOrder(std::ptrdiff_t n) {
     order_[0] = 0;
     for (std::ptrdiff_t known = 1; known < n; known *= 2) {
@@ -119,7 +128,8 @@ class LinePlan {
 
   Memory<double> factors_;
   Memory<std::int32_t> order_;
-  Memory<float> work_;
+  Memory<char> block_;
+  float* work_ = nullptr;
   kernels::FftLine line_ = {};
 };
 

@@ -39,12 +39,13 @@ bool Rows::AllocateSamples(int rows, int columns) {
   const std::size_t pitch = (static_cast<std::size_t>(columns) / kVector + 2) * kVector;
   const auto count = static_cast<std::size_t>(rows);
   if (pitch > std::numeric_limits<std::size_t>::max() / 2 / sizeof(float) / count) return false;
-  samples_.reset(static_cast<float*>(std::malloc(count * pitch * sizeof(float))));
+  const std::size_t bytes = count * pitch * sizeof(float);
+  samples_.reset(static_cast<float*>(std::malloc(platform::RoomForAligned(bytes))));
   if (samples_ == nullptr) return false;
-  platform::PreferLargePages(samples_.get(), count * pitch * sizeof(float));
+  auto* const first = static_cast<float*>(platform::AlignedInside(samples_.get(), bytes));
   // Not calloc: its pages would be fetched twice, once to be read as zeros.
-  std::memset(samples_.get(), 0, count * pitch * sizeof(float));
-  for (std::size_t r = 0; r < count; ++r) pointers_[r] = samples_.get() + r * pitch;
+  std::memset(first, 0, bytes);
+  for (std::size_t r = 0; r < count; ++r) pointers_[r] = first + r * pitch;
   return true;
 }
 
