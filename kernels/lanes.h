@@ -72,6 +72,19 @@ QV_INLINE Doubles WidenHigh(const Floats& z) {
   return Widen(half);
 }
 
+/// One NaN for all: which one an operation passes on depends on the order of its operands.
+QV_INLINE Floats CanonicalVector(const Floats& z) {
+  return z == z ? z : Floats{} + __builtin_nanf("");
+}
+
+/// Asks for the cache lines of `count` samples. Where every row is a new page, the processor does not look
+/// ahead itself; and stores that wait for their lines hold up whatever comes after them.
+template <int kForWriting, class T>
+QV_INLINE void Ask(const T* samples, std::ptrdiff_t count) {
+  constexpr std::ptrdiff_t kLine = 64 / static_cast<std::ptrdiff_t>(sizeof(T));
+  for (std::ptrdiff_t i = 0; i < count; i += kLine) __builtin_prefetch(samples + i, kForWriting);
+}
+
 /// Folds sixteen lanes in halves: i and i + 8, then i and i + 4, i + 2, i + 1.
 QV_INLINE double Fold(const Doubles& low, const Doubles& high) {
   Doubles sum = low + high;

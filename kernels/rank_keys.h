@@ -14,40 +14,48 @@ template <class Key>
 inline constexpr Key kSmallest = -kLargest<Key> - 1;
 
 /// The bits of a positive number count up with it, those of a negative one down: all but its sign are
-/// flipped. Twice gives the bits back.
-template <class Key>
-QV_INLINE Key FlipNegative(Key bits) {
-  return bits ^ ((bits < 0 ? Key{-1} : Key{0}) & kLargest<Key>);
+/// flipped. Twice gives the bits back. Like all here, of one key or of a vector of them.
+template <class Key, class Bits>
+QV_INLINE Bits FlipNegative(const Bits& bits) {
+  return bits ^ ((bits < 0 ? Bits{} - 1 : Bits{}) & kLargest<Key>);
 }
 
-template <class T>
+template <class Sample>
 struct RankKey;
 
-template <>
-struct RankKey<float> {
-  using Key = std::int32_t;
-  static constexpr Key kNaN = 0x7FC00000;
-  QV_INLINE Key Of(float z) {
-    const Key bits = __builtin_bit_cast(Key, z);
-    return (bits & kLargest<Key>) > 0x7F800000 ? kNaN : FlipNegative(bits);
+/// Key has the size of T, of whose infinity and NaN the bits are given.
+template <class T, class KeyOfT, KeyOfT kInfinity, KeyOfT kNaN>
+struct FloatingRankKey {
+  using Key = KeyOfT;
+  template <class Bits>
+  QV_INLINE Bits OfBits(const Bits& bits) {
+    return (bits & kLargest<Key>) > kInfinity ? Bits{} + kNaN : FlipNegative<Key>(bits);
   }
-  QV_INLINE float Sample(Key key) { return __builtin_bit_cast(float, FlipNegative(key)); }
+  template <class Bits>
+  QV_INLINE Bits BitsOf(const Bits& key) {
+    return FlipNegative<Key>(key);
+  }
+  QV_INLINE Key Of(T z) { return OfBits(__builtin_bit_cast(Key, z)); }
+  QV_INLINE T Sample(Key key) { return __builtin_bit_cast(T, BitsOf(key)); }
 };
 
 template <>
-struct RankKey<double> {
-  using Key = std::int64_t;
-  static constexpr Key kNaN = 0x7FF8000000000000;
-  QV_INLINE Key Of(double z) {
-    const Key bits = __builtin_bit_cast(Key, z);
-    return (bits & kLargest<Key>) > 0x7FF0000000000000 ? kNaN : FlipNegative(bits);
-  }
-  QV_INLINE double Sample(Key key) { return __builtin_bit_cast(double, FlipNegative(key)); }
-};
+struct RankKey<float> : FloatingRankKey<float, std::int32_t, 0x7F800000, 0x7FC00000> {};
+
+template <>
+struct RankKey<double> : FloatingRankKey<double, std::int64_t, 0x7FF0000000000000, 0x7FF8000000000000> {};
 
 template <>
 struct RankKey<std::int32_t> {
   using Key = std::int32_t;
+  template <class Bits>
+  QV_INLINE Bits OfBits(const Bits& bits) {
+    return bits;
+  }
+  template <class Bits>
+  QV_INLINE Bits BitsOf(const Bits& key) {
+    return key;
+  }
   QV_INLINE Key Of(std::int32_t z) { return z; }
   QV_INLINE std::int32_t Sample(Key key) { return key; }
 };

@@ -58,11 +58,6 @@ constexpr std::ptrdiff_t kStretch = 64;  // samples of a row taken at once: whol
 // A walk across rows begins a new page with every row, where the processor does not look ahead itself.
 constexpr std::ptrdiff_t kRowsAhead = 12;
 
-template <int kForWriting>
-QV_INLINE void Ask(const float* samples, std::ptrdiff_t count) {
-  for (std::ptrdiff_t i = 0; i < count; i += kLanes) __builtin_prefetch(samples + i, kForWriting);
-}
-
 void PackRows(const float* grid, std::ptrdiff_t pitch, int lines, std::ptrdiff_t n, float* block) {
   std::ptrdiff_t whole = 0;
   if (lines == kBlockLines) {

@@ -37,6 +37,7 @@ QV_INLINE void ForEachResult(const Window& window, const T* in, Emit emit) {
     for (std::ptrdiff_t y = 0; y < window.ny; ++y) {
       const T* __restrict from = in + y * window.nx + x;
       T* __restrict row = sliding.Row();
+      if (y + 1 < window.ny) Ask<0>(from + window.nx, count + side - 1);
       // The start value comes first of all, and a NaN never beats it.
       for (std::ptrdiff_t i = 0; i < count + side - 1; ++i) {
         row[i] = Search::Op::Of(Search::template kStart<T>, from[i]);
@@ -56,6 +57,10 @@ void FindOfNine(const Window& window, const T* in, T* out) {
   if (memory.Data() == nullptr) return;
   for (std::ptrdiff_t y = 0; y < window.ny; ++y) {
     const T* __restrict from = in + y * window.nx;
+    if (y + 1 < window.ny) {
+      Ask<0>(from + window.nx, window.nx);
+      if (y > 0) Ask<1>(out + (y - 1) * columns, columns);
+    }
     T* __restrict row = memory.Data() + y % 3 * columns;
     for (std::ptrdiff_t i = 0; i < columns; ++i) {
       row[i] = Op::Of(Op::Of(Op::Of(Search::template kStart<T>, from[i]), from[i + 1]), from[i + 2]);
@@ -74,21 +79,27 @@ void Find(const Window& window, const T* in, T* out) {
     FindOfNine<Search>(window, in, out);
     return;
   }
-  const std::ptrdiff_t columns = window.nx - 2 * window.half;
-  ForEachResult<Search>(
-      window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count, const T* results) {
-        __builtin_memcpy(out + y * columns + x, results, static_cast<std::size_t>(count) * sizeof(T));
-      });
+  const std::ptrdiff_t columns = window.nx - 2 * window.half, rows = window.ny - 2 * window.half;
+  ForEachResult<Search>(window, in,
+                        [&](std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count, const T* results) {
+                          T* to = out + y * columns + x;
+                          if (y + 1 < rows) Ask<1>(to + columns, count);
+                          __builtin_memcpy(to, results, static_cast<std::size_t>(count) * sizeof(T));
+                        });
 }
 
 template <class Search>
 void FindResidual(const Window& window, const float* in, float* out, float* residual) {
-  const std::ptrdiff_t columns = window.nx - 2 * window.half;
+  const std::ptrdiff_t columns = window.nx - 2 * window.half, rows = window.ny - 2 * window.half;
   ForEachResult<Search>(
       window, in, [&](std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count, const float* results) {
         const float* __restrict from = in + y * window.nx + x;  // the window's top-left sample
         float* __restrict toOut = out + y * columns + x;
         float* __restrict toResidual = residual + y * columns + x;
+        if (y + 1 < rows) {
+          Ask<1>(toOut + columns, count);
+          Ask<1>(toResidual + columns, count);
+        }
         for (std::ptrdiff_t i = 0; i < count; ++i) {
           const float found = results[i], difference = Canonical(from[i] - found);
           toOut[i] = found;

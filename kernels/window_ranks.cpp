@@ -1,11 +1,13 @@
 #include "kernels/rank_lists.h"
+#include "kernels/rank_networks.h"
 #include "kernels/rank_sets.h"
 
 namespace qv::kernels::QV_KERNEL_ISA {
 
 namespace {
 
-/// Where results go: the sample found, or with it its difference from the centre.
+/// Where results go: the sample found, or with it its difference from the centre. Expect() asks for the lines
+/// in advance: stores that wait for theirs hold up all that come after them.
 template <class T>
 struct SampleOutput {
   T* out;
@@ -14,6 +16,14 @@ struct SampleOutput {
            std::ptrdiff_t count) const {
     T* __restrict to = out + y * columns + x;
     for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = RankKey<T>::Sample(keys[i]);
+  }
+  void Expect(std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count) const {
+    Ask<1>(out + y * columns + x, count);
+  }
+  void Put(std::ptrdiff_t y, std::ptrdiff_t x,
+           const typename VectorOf<typename RankKey<T>::Key>::Type& keys) const {
+    const auto bits = RankKey<T>::BitsOf(keys);
+    __builtin_memcpy(out + y * columns + x, &bits, sizeof bits);
   }
 };
 struct ResidualOutput {
@@ -32,6 +42,17 @@ struct ResidualOutput {
       toOut[i] = Used(found) ? found : kBad;
       toResidual[i] = Used(found) ? difference : kBad;
     }
+  }
+  void Expect(std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count) const {
+    Ask<1>(out + y * columns + x, count);
+    Ask<1>(residual + y * columns + x, count);
+  }
+  void Put(std::ptrdiff_t y, std::ptrdiff_t x, const Ints& keys) const {
+    const Floats found = reinterpret_cast<Floats>(RankKey<float>::BitsOf(keys));
+    const Floats difference = Load(firstCentre + y * nx + x) - found;
+    const Ints used = Used(found);
+    Store(out + y * columns + x, used ? found : Floats{} + kBad);
+    Store(residual + y * columns + x, used ? CanonicalVector(difference) : Floats{} + kBad);
   }
 };
 
@@ -69,87 +90,70 @@ void RankByLists(const RankWindow& ranked, const T* in, const Output& output) {
   }
 }
 
-/// Of nine samples, the columns are sorted once for the three windows that they lie in.
-template <class T>
-class NineRanks {
- public:
-  using Key = typename RankKey<T>::Key;
-
-  explicit NineRanks(std::ptrdiff_t count)
-      : count_(count), pitch_((count + 2 + 2 * kCount) / kCount * kCount), memory_(7 * pitch_) {}
-  [[nodiscard]] bool Ready() const { return memory_.Data() != nullptr; }
-  /// To be filled with count + 2 keys, of every row in turn.
-  Key* Row(std::ptrdiff_t y) { return memory_.Data() + y % 3 * pitch_; }
-
-  /// The keys at position 1 or, for kMedian, 4, of the windows over the latest three rows.
-  template <bool kMedian>
-  const Key* Find() {
-    Key* low = memory_.Data() + 3 * pitch_;
-    Key *middle = low + pitch_, *high = middle + pitch_, *found = high + pitch_;
-    for (std::ptrdiff_t x = 0; x < count_ + 2; x += kCount) {
-      Vector a = LoadAt(low - 3 * pitch_ + x), b = LoadAt(low - 2 * pitch_ + x), c = LoadAt(low - pitch_ + x);
-      Order(a, b);
-      Order(b, c);
-      Order(a, b);
-      StoreAt(low + x, a);
-      StoreAt(middle + x, b);
-      if (kMedian) StoreAt(high + x, c);
-    }
-    for (std::ptrdiff_t x = 0; x < count_; x += kCount) {
-      StoreAt(found + x, kMedian ? Median(low + x, middle + x, high + x) : Second(low + x, middle + x));
-    }
-    return found;
-  }
-
- private:
-  using Vector = typename VectorOf<Key>::Type;
-  static constexpr std::ptrdiff_t kCount = VectorOf<Key>::kCount;
-
-  QV_INLINE Vector LoadAt(const Key* from) {
-    Vector keys;
-    __builtin_memcpy(&keys, from, sizeof keys);
-    return keys;
-  }
-  QV_INLINE void StoreAt(Key* to, const Vector& keys) { __builtin_memcpy(to, &keys, sizeof keys); }
-  QV_INLINE Vector Lower(const Vector& a, const Vector& b) { return b < a ? b : a; }
-  QV_INLINE Vector Higher(const Vector& a, const Vector& b) { return b < a ? a : b; }
-  QV_INLINE Vector MedianOfThree(Vector a, Vector b, const Vector& c) {
-    Order(a, b);
-    return Higher(a, Lower(b, c));
-  }
-
-  /// The second smallest, from the two smallest of each column.
-  QV_INLINE Vector Second(const Key* low, const Key* middle) {
-    Vector first = LoadAt(low), other = LoadAt(low + 1);
-    const Vector last = LoadAt(low + 2);
-    Order(first, other);
-    const Vector second = Lower(other, Lower(LoadAt(middle), LoadAt(middle + 1)));
-    return Lower(Higher(first, last), Lower(second, LoadAt(middle + 2)));
-  }
-  /// The median of the highest low, the middle middle and the lowest high.
-  QV_INLINE Vector Median(const Key* low, const Key* middle, const Key* high) {
-    const Vector lows = Higher(Higher(LoadAt(low), LoadAt(low + 1)), LoadAt(low + 2));
-    const Vector highs = Lower(Lower(LoadAt(high), LoadAt(high + 1)), LoadAt(high + 2));
-    return MedianOfThree(lows, MedianOfThree(LoadAt(middle), LoadAt(middle + 1), LoadAt(middle + 2)), highs);
-  }
-
-  std::ptrdiff_t count_, pitch_;
-  Scratch<Key> memory_;
-};
-
-template <bool kMedian, class T, class Output>
+/// Sorted rows of three samples, three of them for every window.
+template <int kRank, class T, class Output>
 void RankOfNine(const RankWindow& ranked, const T* in, const Output& output) {
-  const std::ptrdiff_t nx = ranked.window.nx, columns = nx - 2;
-  constexpr std::ptrdiff_t kStrip = 1024;
+  using Key = typename RankKey<T>::Key;
+  using Vector = typename VectorOf<Key>::Type;
+  constexpr std::ptrdiff_t kStrip = 1024, kCount = VectorOf<Key>::kCount;
+  constexpr int kKept = kRank == 1 ? 2 : 3;
+  const std::ptrdiff_t nx = ranked.window.nx, columns = nx - 2, rows = ranked.window.ny - 2;
+  const std::ptrdiff_t pitch = kStrip + kCount;
+  Scratch<Key> memory(3 * kKept * pitch);
+  if (memory.Data() == nullptr) return;
+  const auto load = [](const T* from) __attribute__((always_inline)) {
+    Vector bits;
+    __builtin_memcpy(&bits, from, sizeof bits);
+    return Sorted<Vector, 1>{{RankKey<T>::OfBits(bits)}};
+  };
   for (std::ptrdiff_t x = 0; x < columns; x += kStrip) {
     const std::ptrdiff_t count = Min(kStrip, columns - x);
-    NineRanks<T> nine(count);
-    if (!nine.Ready()) return;
+    for (std::ptrdiff_t y = 0; y < ranked.window.ny; ++y) {
+      const T* from = in + y * nx + x;
+      Key* own = memory.Data() + y % 3 * kKept * pitch;
+      const Key* first = memory.Data() + (y + 1) % 3 * kKept * pitch;
+      const Key* second = memory.Data() + (y + 2) % 3 * kKept * pitch;
+      const std::ptrdiff_t nextIn = y + 1 < ranked.window.ny ? nx : 0, nextOut = Max(0, Min(y - 1, rows - 1));
+      for (std::ptrdiff_t i = 0; i < count; i += kCount) {
+        const std::ptrdiff_t at = Min(i, count - kCount);
+        Ask<0>(from + nextIn + at, kCount);
+        output.Expect(nextOut, x + at, kCount);
+        const auto c =
+            Smallest<kKept>(Merged(load(from + at), Merged(load(from + at + 1), load(from + at + 2))));
+        StorePlanes(own + at, pitch, c);
+        if (y < 2) continue;
+        const auto a = LoadPlanes<kKept>(first + at, pitch), b = LoadPlanes<kKept>(second + at, pitch);
+        output.Put(y - 2, x + at, OfThree<kRank>(a, b, c));
+      }
+    }
+  }
+}
+
+template <int kSide, int kRank, class T, class Output>
+void RankByNetwork(const RankWindow& ranked, const T* in, const Output& output) {
+  using Network = RankNetwork<T, kSide, kRank>;
+  constexpr std::ptrdiff_t kStrip = 4096, kStretch = Network::kStretch;
+  const std::ptrdiff_t nx = ranked.window.nx, columns = nx - kSide + 1, rows = ranked.window.ny - kSide + 1;
+  Network network(Min(kStrip, columns));
+  if (!network.Ready()) return;
+  for (std::ptrdiff_t x = 0; x < columns; x += kStrip) {
+    const std::ptrdiff_t count = Min(kStrip, columns - x);
     for (std::ptrdiff_t y = 0; y < ranked.window.ny; ++y) {
       const T* __restrict from = in + y * nx + x;
-      typename RankKey<T>::Key* __restrict row = nine.Row(y);
-      for (std::ptrdiff_t i = 0; i < count + 2; ++i) row[i] = RankKey<T>::Of(from[i]);
-      if (y >= 2) output.Put(y - 2, x, nine.template Find<kMedian>(), count);
+      typename Network::Key* __restrict row = network.Row(y);
+      const std::ptrdiff_t nextIn = y + 1 < ranked.window.ny ? nx : 0;
+      const std::ptrdiff_t nextOut = Max(0, Min(y - kSide + 2, rows - 1));
+      std::ptrdiff_t filled = 0;
+      for (std::ptrdiff_t i = 0; i < count; i += kStretch) {
+        const std::ptrdiff_t places = Min(kStretch, count - i);
+        Ask<0>(from + nextIn + i, places);
+        output.Expect(nextOut, x + i, places);
+        // In whole vectors: what is read back before it has reached the cache has to be read as it was
+        // stored.
+        const std::ptrdiff_t end = Min(i + kStretch + VectorOf<T>::kCount, count + kSide - 1);
+        for (; filled < end; ++filled) row[filled] = RankKey<T>::Of(from[filled]);
+        if (y >= kSide - 1) output.Put(y - kSide + 1, x + i, network.Find(i, places), places);
+      }
     }
   }
 }
@@ -165,11 +169,16 @@ void RankBySets(const RankWindow& ranked, const T* in, const Output& output) {
 /// Lists cost by their length, sets by the window's side.
 template <class T, class Output>
 void Rank(const RankWindow& ranked, const T* in, const Output& output) {
-  const bool nine = ranked.window.half == 1 && ranked.fullRows == 3;
-  if (nine && ranked.rank == 1) {
-    RankOfNine<false>(ranked, in, output);
-  } else if (nine && ranked.rank == 4) {
-    RankOfNine<true>(ranked, in, output);
+  const bool odd = ranked.fullRows == 2 * ranked.window.half + 1;
+  const bool wide = ranked.window.nx - 2 * ranked.window.half >= kLanes;
+  if (odd && wide && ranked.fullRows == 3 && ranked.rank == 1) {
+    RankOfNine<1>(ranked, in, output);
+  } else if (odd && wide && ranked.fullRows == 3 && ranked.rank == 4) {
+    RankOfNine<4>(ranked, in, output);
+  } else if (odd && ranked.fullRows == 5 && ranked.rank == 2) {
+    RankByNetwork<5, 2>(ranked, in, output);
+  } else if (odd && ranked.fullRows == 5 && ranked.rank == 12) {
+    RankByNetwork<5, 12>(ranked, in, output);
   } else if (ranked.rank < 2) {
     RankByLists<2>(ranked, in, output);
   } else if (ranked.rank < 4) {
@@ -178,7 +187,7 @@ void Rank(const RankWindow& ranked, const T* in, const Output& output) {
     RankByLists<8>(ranked, in, output);
   } else if (ranked.rank < 16) {
     RankByLists<16>(ranked, in, output);
-  } else if (sizeof(T) == 4 && ranked.rank < 32) {
+  } else if (ranked.rank < 32) {
     RankByLists<32>(ranked, in, output);
   } else {
     RankBySets(ranked, in, output);
