@@ -48,6 +48,7 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddStats(app, invocation);
   AddMesh2Grid(app, invocation);
   AddRender(app, invocation);
+  AddFilter(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

@@ -9,19 +9,13 @@
 #include "failure.h"
 #include "grid_file.h"
 #include "stl_file.h"
+#include "text_fields.h"
 #include "units.h"
 
 namespace qv3d {
 namespace {
 
 constexpr std::size_t kMostSamples = std::size_t{1} << 30;
-
-std::string_view Trim(std::string_view text) {
-  constexpr const char* kBlank = " \t\r";
-  const std::size_t first = text.find_first_not_of(kBlank);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
-}
 
 /// What the comment lines say, in metres; 0 where they say nothing.
 struct Scales {
@@ -59,33 +53,21 @@ struct Text {
 
 float HeightOf(std::string_view field, const Text& text) {
   if (field.empty() || field == "-") return static_cast<float>(QV_BAD_SAMPLE);
-  if (field.front() == '+') field.remove_prefix(1);
-  double number = 0;
-  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), number);
-  if (error != std::errc() || end != field.data() + field.size()) {
-    text.Refuse(fmt::format("\"{}\" is no number", field.substr(0, 40)));
-  }
-  const auto height = static_cast<float>(number);
+  const std::optional<double> number = ParseNumber(field);
+  if (!number) text.Refuse(fmt::format("\"{}\" is no number", field.substr(0, 40)));
+  const auto height = static_cast<float>(*number);
   return IsMissing(height) ? static_cast<float>(QV_BAD_SAMPLE) : height;
 }
 
 /// Appends the line's heights and returns how many there are.
 int ReadRow(std::string_view line, const Text& text, std::vector<float>& heights) {
-  const char separator = line.find(';') != std::string_view::npos   ? ';'
-                         : line.find(',') != std::string_view::npos ? ','
-                                                                    : ' ';
   int count = 0;
-  while (true) {
-    const std::size_t end =
-        line.find_first_of(separator == ' ' ? std::string_view(" \t") : std::string_view(&separator, 1));
-    heights.push_back(HeightOf(Trim(line.substr(0, end)), text));
+  ForEachField(line, [&](std::string_view field) {
+    if (heights.size() >= kMostSamples) text.Refuse("more samples than can be held");
+    heights.push_back(HeightOf(field, text));
     ++count;
-    if (end == std::string_view::npos) return count;
-    line.remove_prefix(end + 1);
-    // Several blanks separate as one does.
-    if (separator == ' ') line = Trim(line);
-    if (heights.size() > kMostSamples) text.Refuse("more samples than can be held");
-  }
+  });
+  return count;
 }
 
 void SetExtent(HeightMap& map, const Scales& scales, const std::string& unit, double spacing) {
@@ -112,19 +94,15 @@ bool IsGridFile(const std::filesystem::path& path) {
 
 HeightMap ReadGrid(const std::filesystem::path& path, const std::string& unit, double spacing) {
   const std::string bytes = ReadWholeFile(path);
-  std::string_view rest = bytes;
   Text text{path.string()};
   HeightMap map;
   Scales scales;
-  while (!rest.empty()) {
-    const std::size_t end = rest.find('\n');
-    const std::string_view line = Trim(rest.substr(0, end));
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    ++text.line;
-    if (line.empty()) continue;
+  ForEachLine(bytes, [&](std::string_view line, std::size_t number) {
+    text.line = number;
+    if (line.empty()) return;
     if (line.front() == '#') {
       ReadComment(line, scales);
-      continue;
+      return;
     }
     const int count = ReadRow(line, text, map.heights);
     if (map.height > 0 && count != map.width) {
@@ -132,7 +110,7 @@ HeightMap ReadGrid(const std::filesystem::path& path, const std::string& unit, d
     }
     map.width = count;
     ++map.height;
-  }
+  });
   if (map.width < 2 || map.height < 2) {
     throw Failure(ExitCode::kCorrupt, fmt::format("{}: {} x {} samples; a height map has at least 2 x 2",
                                                   path.string(), map.width, map.height));
