@@ -379,8 +379,8 @@ QV_API unsigned QV_CALL Convolve_Radius(const double* profile, double* out, int 
 
 /* Gaussian weights out to 0.1 % (M samples to each side, in time proportional to n*M), wrapped around the
  * ends as often as needed. The weights are not renormalised, and the partner of sample i+j is i-j-1: THE
- * RESULT IS SHIFTED by half a sample towards the start. A cutoff so short that M < 5, or so long that M is
- * not a number, copies the input. */
+ * WINDOW IS SHIFTED by half a sample towards the start, so the result lags by half a sample. A cutoff so
+ * short that M < 5, or so long that M is not a number, copies the input. */
 QV_API unsigned QV_CALL FilterGaussianPolar(const double* in, double* out, double spacing, double cutoff,
                                             int n);
 

@@ -52,6 +52,7 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddSpectrum(app, invocation);
   AddAutocorrelate(app, invocation);
   AddFftFilter(app, invocation);
+  AddFilter(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

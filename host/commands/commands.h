@@ -16,6 +16,7 @@ struct Invocation {
 };
 
 void AddDemo(CLI::App& app, Invocation& invocation);
+void AddFilter(CLI::App& app, Invocation& invocation);
 void AddInfo(CLI::App& app, Invocation& invocation);
 void AddStats(CLI::App& app, Invocation& invocation);
 void AddMesh2Grid(CLI::App& app, Invocation& invocation);
