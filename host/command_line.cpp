@@ -24,7 +24,7 @@ constexpr const char* kFooter =
 ExitCode Report(const Failure& failure, bool json) {
   fmt::print(stderr, "qv3d: {}\n", failure.what());
   if (!failure.advice().empty()) fmt::print(stderr, "qv3d: {}\n", failure.advice());
-  if (json && failure.code() != ExitCode::kUsage) {
+  if (json && failure.code() != ExitCode::kUsage && failure.printed() == Printed::kNothing) {
     const nlohmann::ordered_json error = {{"error",
                                            {{"exitCode", static_cast<int>(failure.code())},
                                             {"message", failure.what()},
@@ -48,6 +48,8 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddStats(app, invocation);
   AddMesh2Grid(app, invocation);
   AddRender(app, invocation);
+  AddPick(app, invocation);
+  AddGallery(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

@@ -20,5 +20,7 @@ void AddInfo(CLI::App& app, Invocation& invocation);
 void AddStats(CLI::App& app, Invocation& invocation);
 void AddMesh2Grid(CLI::App& app, Invocation& invocation);
 void AddRender(CLI::App& app, Invocation& invocation);
+void AddPick(CLI::App& app, Invocation& invocation);
+void AddGallery(CLI::App& app, Invocation& invocation);
 
 }  // namespace qv3d
