@@ -101,8 +101,8 @@ class Picker {
   std::optional<std::size_t> UnderPixel() const {
     const HeightMap& m = s_.map;
     const std::vector<Hit> hits = Select(view_, view_.Around(x_, y_, kPointSize), [&] {
-      RenderTrianglesForSelection(s_.drawn.data(), m.width, m.height, GL_TRIANGLES, view_.zScale, -m.xSize / 2,
-                                  m.ySize / 2, m.xSize, m.ySize);
+      RenderTrianglesForSelection(s_.drawn.data(), m.width, m.height, GL_TRIANGLES, view_.zScale,
+                                  -m.xSize / 2, m.ySize / 2, m.xSize, m.ySize);
     });
     if (hits.empty()) return std::nullopt;
     const std::size_t name = std::min_element(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
@@ -169,8 +169,9 @@ std::optional<PickedSample> PickSample(const OffscreenContext& context, const He
   if (!sample) return std::nullopt;
   const int column = static_cast<int>(*sample % static_cast<std::size_t>(map.width));
   const int row = static_cast<int>(*sample / static_cast<std::size_t>(map.width));
-  return PickedSample{column, row, map.x0 + column * map.SpacingX(), map.y0 + row * map.SpacingY(),
-                      map.At(column, row), exactly};
+  return PickedSample{
+      column, row, map.x0 + column * map.SpacingX(), map.y0 + row * map.SpacingY(), map.At(column, row),
+      exactly};
 }
 
 }  // namespace qv3d

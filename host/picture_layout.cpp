@@ -12,7 +12,8 @@ Layout::Layout(const PictureOptions& options)
     return;
   }
   const bool hasBar = FactsOf(options.style).legend != Legend::kNone;
-  const double left = 1.5 * unit, top = 5.5 * unit, bottom = 2.0 * unit, right = hasBar ? 9.5 * unit : 1.5 * unit;
+  const double left = 1.5 * unit, top = 5.5 * unit, bottom = 2.0 * unit,
+               right = hasBar ? 9.5 * unit : 1.5 * unit;
   plot = {left, top, std::max(8.0, width - left - right), std::max(8.0, height - top - bottom)};
 }
 

@@ -113,12 +113,15 @@ void ClearWith(float r, float g, float b, float alpha) {
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
 }
 
-/// Lines are as thick in a large picture as in a small one, for their size.
-float LineWidth() {
-  constexpr float kLinesHigh = 900;
+Scene SceneOf(const Surface& surface, const SceneOptions& options, const Camera& camera) {
+  // Lines are as thick in a large picture as in a small one, for their size, but there are fewer in a small
+  // one.
+  constexpr float kHeightOfLine = 900;
+  constexpr int kApart = 18, kFewest = 20, kMost = 70;
   GLint viewport[4];
   glGetIntegerv(GL_VIEWPORT, viewport);
-  return std::max(1.0f, static_cast<float>(viewport[3]) / kLinesHigh);
+  return {surface, options, camera, std::max(1.0f, static_cast<float>(viewport[3]) / kHeightOfLine),
+          std::clamp(viewport[3] / kApart, kFewest, kMost)};
 }
 
 /// Surfaces stay a little behind the lines that are drawn on them.
@@ -187,7 +190,7 @@ Surface PrepareSurface(const HeightMap& map, const SceneOptions& options) {
 void DrawPerspective(const Surface& surface, const Camera& camera, const SceneOptions& options) {
   const SavedState saved;
   const StyleEntry& style = EntryOf(options.style);
-  const Scene scene{surface, options, camera, LineWidth()};
+  const Scene scene = SceneOf(surface, options, camera);
   ClearWith(kBackground[0], kBackground[1], kBackground[2], 0);
   glEnable(GL_DEPTH_TEST);
   glShadeModel(GL_SMOOTH);
@@ -228,7 +231,7 @@ void DrawMap(const Surface& surface, const SceneOptions& options) {
   }
   if (options.contours > 0) {
     const Camera unused({}, {surface.low, surface.high}, {0, 0, 1, 1}, 1, 1);
-    DrawContours({surface, options, unused, LineWidth()}, true);
+    DrawContours(SceneOf(surface, options, unused), true);
   }
   glFinish();
 }

@@ -13,7 +13,8 @@ struct Strips {
   unsigned count = 0;
 
   explicit Strips(const DrawnGrid& grid) {
-    const auto width = static_cast<std::size_t>(grid.width), pairs = static_cast<std::size_t>(grid.height - 1);
+    const auto width = static_cast<std::size_t>(grid.width),
+               pairs = static_cast<std::size_t>(grid.height - 1);
     indices.resize(3 * width * pairs);
     starts.resize(pairs * (width / 2 + 1) + 1);
     unsigned used = 0;

@@ -8,10 +8,6 @@
 namespace qv3d {
 namespace {
 
-/// Profiles and wires are drawn about this many to a side, unless steps are given.
-constexpr int kProfiles = 70;
-constexpr int kWires = 50;
-
 /// The surface and its walls in the colour of the paper hide the lines that lie behind.
 void HideWhatIsBehind(const Scene& scene) {
   const Surface& s = scene.surface;
@@ -85,8 +81,8 @@ void DrawWaterfallStyle(const Scene& scene) {
   const SceneOptions& o = scene.options;
   const double angle = FullCircle(o.waterfallAngle.value_or(scene.camera.Azimuth()));
   const bool columns = ShowsColumns(angle);
-  const int step = columns ? StepFor(o.columnStep, s.map.width, kProfiles)
-                           : StepFor(o.rowStep, s.map.height, kProfiles);
+  const int step = columns ? StepFor(o.columnStep, s.map.width, scene.lines)
+                           : StepFor(o.rowStep, s.map.height, scene.lines);
   const Profiles p(s, columns, step);
   HideWhatIsBehind(scene);
   const ColourTexture texture;
@@ -105,10 +101,9 @@ void DrawSilhouetteStyle(const Scene& scene) {
   const std::vector<float> heights = HeightsOnFloor(s);
   glColor3f(0.16f, 0.22f, 0.34f);
   glLineWidth(scene.lineWidth);
-  RenderSilhouetteLines(heights.data(), s.map.width, s.map.height,
-                        StepFor(scene.options.columnStep, s.map.width, kWires),
-                        StepFor(scene.options.rowStep, s.map.height, kWires), 1, xOffset, yOffset, xSize,
-                        ySize);
+  RenderSilhouetteLines(
+      heights.data(), s.map.width, s.map.height, StepFor(scene.options.columnStep, s.map.width, scene.lines),
+      StepFor(scene.options.rowStep, s.map.height, scene.lines), 1, xOffset, yOffset, xSize, ySize);
 }
 
 void DrawContours(const Scene& scene, bool flat) {
@@ -126,8 +121,8 @@ void DrawContours(const Scene& scene, bool flat) {
     ForEachBand(m, [&](int first, int rows) {
       const auto start = static_cast<std::size_t>(first) * static_cast<std::size_t>(m.width);
       segments.resize(16 * static_cast<std::size_t>(m.width - 1) * static_cast<std::size_t>(rows - 1));
-      const int count = ComputeContoursf(heights.data() + start, m.width, rows, x.data(), y.data() + first, at,
-                                         segments.data());
+      const int count = ComputeContoursf(heights.data() + start, m.width, rows, x.data(), y.data() + first,
+                                         at, segments.data());
       RenderContourLinesf(segments.data(), at, flat ? 0.0f : 1.0f, count);
     });
   }

@@ -61,14 +61,16 @@ struct CoarseSurface {
   }
 };
 
-/// Gives missing samples the mean of their neighbours, ring by ring: interpolation needs some beyond the rims.
+/// Gives missing samples the mean of their neighbours, ring by ring: interpolation needs some beyond the
+/// rims.
 void GrowOverHoles(std::vector<float>& values, int width, int height, int rings) {
   for (int ring = 0; ring < rings; ++ring) {
     const std::vector<float> before = values;
     for (int j = 0; j < height; ++j) {
       for (int i = 0; i < width; ++i) {
         const auto at = [&](int column, int row) {
-          return static_cast<std::size_t>(row) * static_cast<std::size_t>(width) + static_cast<std::size_t>(column);
+          return static_cast<std::size_t>(row) * static_cast<std::size_t>(width) +
+                 static_cast<std::size_t>(column);
         };
         if (!IsMissing(before[at(i, j)])) continue;
         float sum = 0;
@@ -144,7 +146,8 @@ void DrawOcclusionStyle(const Scene& scene) {
   SetMaterial(1, 0);
   const ColourAsMaterial coloured;
   RenderSurfaceWithNormalsf4(s.drawn.data(), s.normals.data(), s.map.width, s.map.height, o.columnStep,
-                             o.rowStep, GL_TRIANGLE_STRIP, 1, xOffset, yOffset, xSize, ySize, kClay, ao.data());
+                             o.rowStep, GL_TRIANGLE_STRIP, 1, xOffset, yOffset, xSize, ySize, kClay,
+                             ao.data());
 }
 
 void DrawSkylightStyle(const Scene& scene) {
@@ -155,9 +158,9 @@ void DrawSkylightStyle(const Scene& scene) {
   SetMaterial(1, 0);
   const ColourTexture texture;
   const ColourAsMaterial coloured;
-  RenderSurfaceWithTextureAndNormalsAndAOColorf3(s.drawn.data(), s.normals.data(), s.texture.data(), rgb.data(),
-                                                 s.map.width, s.map.height, o.columnStep, o.rowStep,
-                                                 GL_TRIANGLE_STRIP, 1, xOffset, yOffset, xSize, ySize);
+  RenderSurfaceWithTextureAndNormalsAndAOColorf3(
+      s.drawn.data(), s.normals.data(), s.texture.data(), rgb.data(), s.map.width, s.map.height, o.columnStep,
+      o.rowStep, GL_TRIANGLE_STRIP, 1, xOffset, yOffset, xSize, ySize);
 }
 
 }  // namespace qv3d

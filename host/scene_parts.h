@@ -16,6 +16,7 @@ struct Scene {
   const SceneOptions& options;
   const Camera& camera;
   float lineWidth;  ///< that suits the size of the picture
+  int lines;        ///< how many profiles or wires can be told apart in it
 };
 
 /// Where the library places a grid. The middle of the grid goes to the origin: xOffset is added to x, yOffset
@@ -53,8 +54,8 @@ class ColourTexture {
   GLuint name_ = 0;
 };
 
-/// The samples that are drawn with the steps of the options: every step-th and always the last, as the library
-/// takes them. A grid of its own, for what has no steps.
+/// The samples that are drawn with the steps of the options: every step-th and always the last, as the
+/// library takes them. A grid of its own, for what has no steps.
 struct DrawnGrid {
   int width, height;
   std::vector<float> heights;  ///< as drawn
@@ -82,8 +83,8 @@ void DrawGreyStrips(const Scene& scene, const float* grey);
 // Walls: scene_walls.cpp.
 inline constexpr float kWallGrey = 0.55f;
 enum class Rims { kAll, kHoles };
-/// Upright walls from the rims of the surface down to the floor, in the current material: it looks like a part,
-/// not like a sheet.
+/// Upright walls from the rims of the surface down to the floor, in the current material: it looks like a
+/// part, not like a sheet.
 void DrawWalls(const Surface& surface, Rims rims);
 /// In the grey of what was not measured, without light; or in the current material.
 void DrawFloor(const Surface& surface);

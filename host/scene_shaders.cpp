@@ -81,7 +81,8 @@ void DrawShaderStyle(const Scene& scene) {
   const ColourTexture texture;
   const ShaderProgram program;
   if (SetupUniformVariable(kSlot, 0, "colourMap") < 0) {
-    throw Failure(ExitCode::kNotComputable, "the GLSL program could not be linked", "Choose another --style.");
+    throw Failure(ExitCode::kNotComputable, "the GLSL program could not be linked",
+                  "Choose another --style.");
   }
   RenderSurfaceWithTextureAndNormalsf4(s.drawn.data(), s.normals.data(), s.texture.data(), s.map.width,
                                        s.map.height, o.columnStep, o.rowStep, GL_TRIANGLE_STRIP, 1, xOffset,

@@ -70,7 +70,8 @@ class Body {
     const float* const a = &xyz[3 * std::size_t{t.vertex[0]}];
     const float* const b = &xyz[3 * std::size_t{t.vertex[1]}];
     const float* const c = &xyz[3 * std::size_t{t.vertex[2]}];
-    const float u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]}, v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
+    const float u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]},
+                v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
     t.plane[0] = u[1] * v[2] - u[2] * v[1];
     t.plane[1] = u[2] * v[0] - u[0] * v[2];
     t.plane[2] = u[0] * v[1] - u[1] * v[0];
@@ -141,7 +142,8 @@ void FillStencil(const Body& body, const float* light, ShadowCount how) {
   glEnable(GL_LIGHTING);
 }
 
-void DrawTriangles(const Body& body, const std::vector<float>& normals, const std::vector<unsigned>& indices) {
+void DrawTriangles(const Body& body, const std::vector<float>& normals,
+                   const std::vector<unsigned>& indices) {
   glNormalPointer(GL_FLOAT, 0, normals.data());
   DrawRangeElements(GL_TRIANGLES, 0, static_cast<unsigned>(body.width * body.height - 1),
                     static_cast<int>(indices.size()), GL_UNSIGNED_INT, indices.data());
@@ -182,7 +184,8 @@ void SetLamp(const float* position, bool on) {
 
 /// In the dark of a body shadows cannot be counted, and from below the floor everything lies in shadow.
 void RequireOutside(const Surface& s, const Point& light) {
-  const bool besides = light[0] < s.low[0] || light[0] > s.high[0] || light[1] < s.low[1] || light[1] > s.high[1];
+  const bool besides =
+      light[0] < s.low[0] || light[0] > s.high[0] || light[1] < s.low[1] || light[1] > s.high[1];
   if (light[2] > s.high[2] || (besides && light[2] > s.low[2])) return;
   throw Failure(ExitCode::kUsage, "--light: the light must stand above the floor and outside of the surface");
 }

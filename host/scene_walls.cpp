@@ -76,8 +76,8 @@ class Walls {
   Rims rims_;
 };
 
-/// The library's walls end at z = -0.005 whatever the unit: they are drawn in a frame in which the longer side
-/// is 1 and that z is the floor.
+/// The library's walls end at z = -0.005 whatever the unit: they are drawn in a frame in which the longer
+/// side is 1 and that z is the floor.
 constexpr double kWallBase = -0.005;
 
 void DrawSideWalls(const Scene& scene) {
@@ -92,8 +92,8 @@ void DrawSideWalls(const Scene& scene) {
   glTranslated(0, 0, s.low[2] - kWallBase * unit);
   glScaled(unit, unit, unit);
   glEnable(GL_NORMALIZE);
-  RenderSideWallsf2(heights.data(), s.map.width, s.map.height, scene.options.columnStep, scene.options.rowStep,
-                    1, -xSize / 2, ySize / 2, xSize, ySize);
+  RenderSideWallsf2(heights.data(), s.map.width, s.map.height, scene.options.columnStep,
+                    scene.options.rowStep, 1, -xSize / 2, ySize / 2, xSize, ySize);
   glDisable(GL_NORMALIZE);
   glPopMatrix();
 }

@@ -115,8 +115,8 @@ std::vector<float> SlopeAngles(const Surface& surface) {
 double SteepestAngle(const std::vector<float>& angles) {
   constexpr double kExceed = 0.01;
   std::vector<float> sorted = angles;
-  const auto at = sorted.begin() + static_cast<std::ptrdiff_t>((1 - kExceed) *
-                                                               static_cast<double>(sorted.size() - 1));
+  const auto at =
+      sorted.begin() + static_cast<std::ptrdiff_t>((1 - kExceed) * static_cast<double>(sorted.size() - 1));
   std::nth_element(sorted.begin(), at, sorted.end());
   return NiceStepAbove(*at);
 }

@@ -16,7 +16,8 @@ std::map<std::string, Style> StylesByName() {
 
 std::string StyleHelp() {
   std::string text = "How it is drawn:";
-  for (const StyleFacts& facts : AllStyles()) text += fmt::format("\n  {}: {}", facts.name, facts.description);
+  for (const StyleFacts& facts : AllStyles())
+    text += fmt::format("\n  {}: {}", facts.name, facts.description);
   return text;
 }
 
@@ -119,7 +120,8 @@ void AddViewOptions(CLI::App& command, PictureOptions& picture) {
       ->transform(CLI::CheckedTransformer(kBackgrounds).description(""))
       ->type_name("NAME")
       ->group(kGroup);
-  command.add_flag("--bare", picture.bare, "The drawing alone: no title, scales or colour bar")->group(kGroup);
+  command.add_flag("--bare", picture.bare, "The drawing alone: no title, scales or colour bar")
+      ->group(kGroup);
   // For tests: every way of counting gives the same shadows.
   command.add_option("--shadow-count", picture.shadowCount)
       ->transform(CLI::CheckedTransformer(kShadowCounts))

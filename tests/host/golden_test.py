@@ -25,7 +25,7 @@ class Golden(ProgramTest):
     def draw(self, style, *arguments, status=0):
         # Without text, which depends on the fonts that are installed.
         return self.run_program("render", self.write("workpiece.csv", WORKPIECE), "-o", style + ".png", "--no-level",
-                                "--style", style, "--bare", "--size", "160x120", "--step", "1", *arguments, status=status)
+                                "--style", style, "--bare", "--size", "160x120", *arguments, status=status)
 
     def keep(self, style, golden):
         os.makedirs(KEPT, exist_ok=True)
