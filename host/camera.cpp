@@ -11,16 +11,6 @@ namespace {
 /// Half the angle of view; a long lens shows a part without much distortion.
 constexpr double kHalfAngle = 11 * std::numbers::pi / 180;
 
-Matrix Multiply(const Matrix& a, const Matrix& b) {
-  Matrix product{};
-  for (std::size_t column = 0; column < 4; ++column) {
-    for (std::size_t row = 0; row < 4; ++row) {
-      for (std::size_t k = 0; k < 4; ++k) product[4 * column + row] += a[4 * k + row] * b[4 * column + k];
-    }
-  }
-  return product;
-}
-
 /// Position in the frustum, -1..1 in both directions.
 std::array<double, 2> Clip(const Matrix& m, const Point& p) {
   double v[4];
@@ -50,6 +40,16 @@ Matrix Perspective(double nearest, double farthest) {
 }
 
 }  // namespace
+
+Matrix Multiply(const Matrix& a, const Matrix& b) {
+  Matrix product{};
+  for (std::size_t column = 0; column < 4; ++column) {
+    for (std::size_t row = 0; row < 4; ++row) {
+      for (std::size_t k = 0; k < 4; ++k) product[4 * column + row] += a[4 * k + row] * b[4 * column + k];
+    }
+  }
+  return product;
+}
 
 Camera::Camera(const ViewAngles& angles, const std::vector<Point>& points, const Rectangle& area, int width,
                int height)
@@ -98,6 +98,10 @@ Camera::Camera(const ViewAngles& angles, const std::vector<Point>& points, const
                    0,
                    1};
   projection_ = Multiply(fit, perspective);
+}
+
+double Camera::Azimuth() const {
+  return std::atan2(toViewer_[0], -toViewer_[1]) * 180 / std::numbers::pi;
 }
 
 std::array<double, 2> Camera::Project(const Point& p) const {

@@ -21,6 +21,9 @@ struct Rectangle {
   double left, top, width, height;  ///< in pixels, from the top left corner
 };
 
+/// a times b: what b does comes first.
+Matrix Multiply(const Matrix& a, const Matrix& b);
+
 class Camera {
  public:
   /// Chooses distance and image section so that all points lie just inside `area` of a picture of width x
@@ -32,6 +35,8 @@ class Camera {
   const Matrix& projection() const { return projection_; }
   /// Direction from the scene to the viewer.
   const Point& toViewer() const { return toViewer_; }
+  /// The direction in which the viewer stands, degrees; see ViewAngles.
+  double Azimuth() const;
   /// Pixel position in the picture, from the top left corner.
   std::array<double, 2> Project(const Point& p) const;
 

@@ -34,6 +34,19 @@ Colour ColourAt(double t) {
   return colour;
 }
 
+Colour SlopeColourAt(double t) {
+  constexpr double kStops[4][3] = {{240, 238, 228}, {250, 196, 110}, {214, 84, 48}, {92, 14, 40}};
+  const double at = 3 * std::clamp(t, 0.0, 1.0);
+  const std::size_t stop = std::min<std::size_t>(2, static_cast<std::size_t>(at));
+  const double share = at - static_cast<double>(stop);
+  Colour colour;
+  for (std::size_t i = 0; i < 3; ++i) {
+    colour[i] = static_cast<std::uint8_t>(
+        std::lround(kStops[stop][i] + share * (kStops[stop + 1][i] - kStops[stop][i])));
+  }
+  return colour;
+}
+
 std::vector<Colour> ColourTable(int count) {
   std::vector<Colour> table;
   for (int i = 0; i < count; ++i) table.push_back(ColourAt(i / (count - 1.0)));

@@ -10,6 +10,9 @@ namespace qv3d {
 /// The colour of t in 0..1.
 Colour ColourAt(double t);
 
+/// The colour of a slope, 0 for flat to 1 for steep: from pale over orange to dark red.
+Colour SlopeColourAt(double t);
+
 /// The grey of missing samples, which no height has.
 inline constexpr Colour kMissingColour{205, 205, 205};
 

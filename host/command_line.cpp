@@ -24,7 +24,7 @@ constexpr const char* kFooter =
 ExitCode Report(const Failure& failure, bool json) {
   fmt::print(stderr, "qv3d: {}\n", failure.what());
   if (!failure.advice().empty()) fmt::print(stderr, "qv3d: {}\n", failure.advice());
-  if (json && failure.code() != ExitCode::kUsage) {
+  if (json && failure.code() != ExitCode::kUsage && failure.printed() == Printed::kNothing) {
     const nlohmann::ordered_json error = {{"error",
                                            {{"exitCode", static_cast<int>(failure.code())},
                                             {"message", failure.what()},
@@ -53,6 +53,8 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddAutocorrelate(app, invocation);
   AddFftFilter(app, invocation);
   AddFilter(app, invocation);
+  AddPick(app, invocation);
+  AddGallery(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

@@ -56,7 +56,7 @@ struct Framebuffer::Target {
     gl.BindFramebuffer(GL_FRAMEBUFFER, name);
     gl.GenRenderbuffers(2, buffers);
     Attach(buffers[0], GL_RGBA8, GL_COLOR_ATTACHMENT0, width, height, samples);
-    Attach(buffers[1], GL_DEPTH_COMPONENT24, GL_DEPTH_ATTACHMENT, width, height, samples);
+    Attach(buffers[1], GL_DEPTH24_STENCIL8, GL_DEPTH_STENCIL_ATTACHMENT, width, height, samples);
     if (gl.CheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
       throw Failure(ExitCode::kNotComputable, "this OpenGL cannot draw a picture of that size off-screen",
                     "Choose a smaller --size.");
@@ -89,22 +89,37 @@ Framebuffer::Framebuffer(const OffscreenContext& context, int width, int height)
 
 Framebuffer::~Framebuffer() = default;
 
-Image Framebuffer::Read() {
+void Framebuffer::ReadPixels(unsigned format, std::uint8_t* bytes) {
   if (resolved_) {
     gl_->BindFramebuffer(GL_READ_FRAMEBUFFER, drawn_->name);
     gl_->BindFramebuffer(GL_DRAW_FRAMEBUFFER, resolved_->name);
     gl_->BlitFramebuffer(0, 0, width_, height_, 0, 0, width_, height_, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     gl_->BindFramebuffer(GL_FRAMEBUFFER, resolved_->name);
   }
+  glPixelStorei(GL_PACK_ALIGNMENT, 1);
+  glReadPixels(0, 0, width_, height_, format, GL_UNSIGNED_BYTE, bytes);
+  if (resolved_) gl_->BindFramebuffer(GL_FRAMEBUFFER, drawn_->name);
+}
+
+// OpenGL's first row is the lowest one.
+Image Framebuffer::Read() {
   const std::size_t row = 3 * static_cast<std::size_t>(width_);
   std::vector<std::uint8_t> bytes(row * static_cast<std::size_t>(height_));
-  glPixelStorei(GL_PACK_ALIGNMENT, 1);
-  glReadPixels(0, 0, width_, height_, GL_RGB, GL_UNSIGNED_BYTE, bytes.data());
-  if (resolved_) gl_->BindFramebuffer(GL_FRAMEBUFFER, drawn_->name);
-  // OpenGL's first row is the lowest one.
+  ReadPixels(GL_RGB, bytes.data());
   Image image(width_, height_);
   for (int y = 0; y < height_; ++y) {
     std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(row) * y, row, image.Pixel(0, height_ - 1 - y));
+  }
+  return image;
+}
+
+Image Framebuffer::ReadCoverage() {
+  std::vector<std::uint8_t> alpha(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_));
+  ReadPixels(GL_ALPHA, alpha.data());
+  Image image(width_, height_);
+  auto at = alpha.begin();
+  for (int y = height_ - 1; y >= 0; --y) {
+    for (int x = 0; x < width_; ++x, ++at) std::fill_n(image.Pixel(x, y), 3, *at);
   }
   return image;
 }

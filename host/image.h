@@ -40,6 +40,9 @@ class Image {
 /// Every pixel becomes the mean of factor x factor pixels.
 Image Downsample(const Image& large, int factor);
 
+/// Reads a PNG picture of any kind as RGB. Throws Failure (unreadable, corrupt).
+Image ReadPng(const std::filesystem::path& path);
+
 /// The PNG file as bytes, and written to a file. Throws Failure (unreadable) where it cannot be written.
 std::string EncodePng(const Image& image);
 void WritePng(const std::filesystem::path& path, const Image& image);

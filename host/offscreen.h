@@ -34,8 +34,8 @@ class OffscreenContext {
 std::unique_ptr<OffscreenContext> CreateEglContext(std::string& reason);
 std::unique_ptr<OffscreenContext> CreateGlxContext(std::string& reason);
 
-/// A bound framebuffer of RGB pixels with a depth buffer, with several samples per pixel where the driver has
-/// them.
+/// A bound framebuffer of RGBA pixels with a depth and a stencil buffer, with several samples per pixel where
+/// the driver has them.
 class Framebuffer {
  public:
   Framebuffer(const OffscreenContext& context, int width, int height);
@@ -44,10 +44,14 @@ class Framebuffer {
   ~Framebuffer();
 
   Image Read();
+  /// The alpha of every pixel, as grey: how much of it was drawn on.
+  Image ReadCoverage();
 
  private:
   struct Functions;
   struct Target;
+
+  void ReadPixels(unsigned format, std::uint8_t* bytes);
 
   std::unique_ptr<Functions> gl_;
   int width_;

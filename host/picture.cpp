@@ -1,11 +1,13 @@
 #include "picture.h"
 
+#include <QV_3D.h>
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
 
 #include "colour_map.h"
 #include "failure.h"
+#include "picture_layout.h"
 #include "style.h"
 #include "text.h"
 #include "ticks.h"
@@ -21,19 +23,26 @@ int Supersampling(int width, int height) {
   return std::max(width, height) * 2 <= kLargestTarget ? 2 : 1;
 }
 
-/// Sizes of the parts of a picture, all in proportion to it.
-struct Layout {
-  int width, height;
-  int unit;  ///< size of ordinary text
-  Rectangle plot;
+/// The library's checkerboard all over.
+void PaintCheckerboard(Image& image) {
+  constexpr unsigned kLight = 0xF4F6F6, kDark = 0xE2E5E6;
+  const std::vector<std::uint8_t> mask(image.bytes().size() / 3, 255);
+  CreateCheckerboardBackground(image.Pixel(0, 0), mask.data(), image.width(), image.height(), kLight, kDark);
+}
 
-  Layout(int w, int h, bool hasBar) : width(w), height(h) {
-    unit = TextSize(w, h);
-    const double left = 1.5 * unit, top = 5.5 * unit, bottom = 2.0 * unit,
-                 right = hasBar ? 9.5 * unit : 1.5 * unit;
-    plot = {left, top, std::max(8.0, w - left - right), std::max(8.0, h - top - bottom)};
+/// Puts a picture that was drawn on paper before what `behind` shows.
+void PasteOver(Image& behind, const Image& drawn, const Image& coverage) {
+  for (int y = 0; y < behind.height(); ++y) {
+    for (int x = 0; x < behind.width(); ++x) {
+      std::uint8_t* const pixel = behind.Pixel(x, y);
+      const int open = 255 - coverage.Pixel(x, y)[0];
+      for (std::size_t i = 0; i < 3; ++i) {
+        const int mixed = drawn.Pixel(x, y)[i] + (pixel[i] - kPaper[i]) * open / 255;
+        pixel[i] = static_cast<std::uint8_t>(std::clamp(mixed, 0, 255));
+      }
+    }
   }
-};
+}
 
 class Composer {
  public:
@@ -41,63 +50,49 @@ class Composer {
       : context_(context),
         surface_(surface),
         options_(options),
-        layout_(options.width, options.height, HasBar()),
+        facts_(FactsOf(options.style)),
+        layout_(options),
         image_(options.width, options.height, kPaper) {}
 
   bool HasFont() const { return font_.IsAvailable(); }
 
   Image Compose() {
+    if (options_.background == Background::kChecker) PaintCheckerboard(image_);
     if (options_.style == Style::kMap) {
       ComposeMap();
     } else {
       ComposePerspective();
     }
+    if (options_.bare) return std::move(image_);
     DrawTitle();
     if (HasBar()) DrawColourBar();
     return std::move(image_);
   }
 
  private:
-  bool HasBar() const { return options_.style == Style::kTexture || options_.style == Style::kMap; }
+  bool HasBar() const { return facts_.legend != Legend::kNone; }
 
   void ComposePerspective() {
-    const Point &low = surface_.low, &high = surface_.high;
-    std::vector<Point> corners;
-    for (int i = 0; i < 8; ++i)
-      corners.push_back({(i & 1 ? high : low)[0], (i & 2 ? high : low)[1], (i & 4 ? high : low)[2]});
-    // Room for the numbers along the edges.
-    Rectangle area = layout_.plot;
-    area.left += 4 * layout_.unit;
-    area.width = std::max(8.0, area.width - 7.5 * layout_.unit);
-    area.height = std::max(8.0, area.height - 2.0 * layout_.unit);
-    const Camera camera(options_.angles, corners, area, layout_.width, layout_.height);
+    const Camera camera = CameraOf(surface_, options_, layout_);
+    SceneOptions scene = options_;
+    scene.box = !options_.bare;
     const int factor = Supersampling(layout_.width, layout_.height);
     Framebuffer framebuffer(context_, layout_.width * factor, layout_.height * factor);
-    DrawPerspective(surface_, camera, options_.style, options_.step);
-    const Image large = framebuffer.Read();
-    image_.Paste(factor == 1 ? large : Downsample(large, factor), 0, 0);
+    DrawPerspective(surface_, camera, scene);
+    PasteOver(image_, Downsample(framebuffer.Read(), factor), Downsample(framebuffer.ReadCoverage(), factor));
+    if (options_.bare) return;
     DrawFloorScales(camera);
+    DrawHeightScale(camera);
   }
 
   void ComposeMap() {
-    const HeightMap& m = surface_.map;
-    Rectangle area = layout_.plot;
-    area.top += 2 * layout_.unit;
-    area.height -= 2 * layout_.unit;
-    area.left += 3.5 * layout_.unit;
-    area.width = std::max(8.0, area.width - 3.5 * layout_.unit);
-    area.height = std::max(8.0, area.height - 2.0 * layout_.unit);
-    const double scale = std::min(area.width / m.xSize, area.height / m.ySize);
-    const int width = std::max(1, static_cast<int>(m.xSize * scale));
-    const int height = std::max(1, static_cast<int>(m.ySize * scale));
-    const int x = static_cast<int>(area.left + (area.width - width) / 2), y = static_cast<int>(area.top);
+    const auto [x, y, width, height] = MapBox(surface_.map, options_, layout_);
     const int factor = Supersampling(width, height);
     Framebuffer framebuffer(context_, width * factor, height * factor);
-    DrawMap(surface_, options_.step);
-    const Image large = framebuffer.Read();
-    image_.FillRectangle(x - 1, y - 1, width + 2, height + 2, kQuiet);
-    image_.Paste(factor == 1 ? large : Downsample(large, factor), x, y);
-    DrawMapScales(x, y, width, height);
+    DrawMap(surface_, options_);
+    if (!options_.bare) image_.FillRectangle(x - 1, y - 1, width + 2, height + 2, kQuiet);
+    image_.Paste(Downsample(framebuffer.Read(), factor), x, y);
+    if (!options_.bare) DrawMapScales(x, y, width, height);
   }
 
   /// Calls use(position from the low end, label) at round numbers of the coordinate.
@@ -140,6 +135,37 @@ class Composer {
     });
     FloorName(camera, {0, nearY, low[2]}, {0, nearY < 0 ? -1.0 : 1.0, 0}, AxisName("x"));
     FloorName(camera, {nearX, 0, low[2]}, {nearX < 0 ? -1.0 : 1.0, 0, 0}, AxisName("y"));
+  }
+
+  /// Numbers along the upright edge of the box that lies farthest to the left.
+  void DrawHeightScale(const Camera& camera) {
+    const auto [low, high] = HeightRange(surface_.map);
+    if (!(high > low)) return;
+    Point foot = surface_.low;
+    for (unsigned i = 0; i < 4; ++i) {
+      const Point corner{(i & 1u ? surface_.high : surface_.low)[0],
+                         (i & 2u ? surface_.high : surface_.low)[1], surface_.low[2]};
+      if (camera.Project(corner)[0] < camera.Project(foot)[0]) foot = corner;
+    }
+    const Unit unit = HandyUnit(options_.unit, std::max(std::abs(low), std::abs(high)));
+    const auto at = [&](double height) {
+      return camera.Project({foot[0], foot[1], (height / unit.factor - surface_.middle) * surface_.zScale});
+    };
+    const double start = low * unit.factor, size = (double{high} - low) * unit.factor;
+    const double pixels = at(start)[1] - at(start + size)[1];
+    const int u = layout_.unit;
+    // Seen from above there is no height to be read.
+    if (pixels < u) return;
+    const int most = std::clamp(static_cast<int>(pixels / (1.2 * u)), 1, 6);
+    ForEachTick(start, size, most, [&](double offset, const std::string& label) {
+      const std::array<double, 2> p = at(start + offset);
+      const int x = static_cast<int>(std::lround(p[0])), y = static_cast<int>(std::lround(p[1]));
+      image_.FillRectangle(x - 2 - u / 2, y, u / 2, 1, kQuiet);
+      font_.Draw(image_, x - u, y + u / 3, label, u, kInk, Align::kRight);
+    });
+    const std::array<double, 2> top = at(start + size);
+    font_.Draw(image_, static_cast<int>(top[0]) - u, static_cast<int>(top[1]) - u,
+               fmt::format("z / {}", unit.name), u, kQuiet, Align::kRight);
   }
 
   /// Direction in the picture in which `outward` points, one pixel long.
@@ -185,38 +211,65 @@ class Composer {
       line += surface_.zScale == 1 ? ", heights to scale"
                                    : fmt::format(", heights exaggerated {:g}×", surface_.zScale);
     }
-    if (options_.style == Style::kSideLight) line += ", light from the left, close to the surface";
-    if (options_.style == Style::kNormals) line += ", coloured by the surface normal";
-    if (CountMissing(m) > 0 && HasBar()) line += ", grey: not measured";
+    if (facts_.remark[0] != '\0') line += fmt::format(", {}", facts_.remark);
+    if (CountMissing(m) > 0 && HasBar() && options_.style != Style::kWaterfall)
+      line += options_.clip ? ", grey: not shown" : ", grey: not measured";
     font_.Draw(image_, 2 * u, 4 * u + u / 4, line, u, kQuiet);
+  }
+
+  /// What the colour bar shows from its lower to its upper end, in a unit for people.
+  struct Bar {
+    std::string name;
+    double start, size;
+    double factor;  ///< of heights
+    Colour (*colour)(double);
+  };
+
+  Bar BarOfStyle() const {
+    if (facts_.legend == Legend::kSlopes) {
+      return {"slope / °", 0, SteepestAngle(SlopeAngles(surface_)), 1, SlopeColourAt};
+    }
+    const auto [low, high] = surface_.range;
+    const Unit unit = HandyUnit(options_.unit, std::max(std::abs(low), std::abs(high)));
+    const auto greyAt = [](double t) {
+      const auto level = static_cast<std::uint8_t>(std::lround(255 * std::clamp(t, 0.0, 1.0)));
+      return Colour{level, level, level};
+    };
+    return {fmt::format("height / {}", unit.name), low * unit.factor, (double{high} - low) * unit.factor,
+            unit.factor, facts_.legend == Legend::kHeightGreys ? +greyAt : ColourAt};
   }
 
   void DrawColourBar() {
     const int u = layout_.unit;
-    const auto [low, high] = surface_.range;
-    const Unit unit = HandyUnit(options_.unit, std::max(std::abs(low), std::abs(high)));
+    const Bar bar = BarOfStyle();
     const int x = layout_.width - 8 * u, y = static_cast<int>(layout_.plot.top + 2.2 * u);
     const int width = 3 * u / 2, height = std::max(2, static_cast<int>(layout_.plot.height * 0.72));
     image_.FillRectangle(x - 1, y - 1, width + 2, height + 2, kQuiet);
     for (int row = 0; row < height; ++row) {
-      image_.FillRectangle(x, y + row, width, 1, ColourAt(1 - row / (height - 1.0)));
+      image_.FillRectangle(x, y + row, width, 1, bar.colour(1 - row / (height - 1.0)));
     }
-    font_.Draw(image_, x, y - u, fmt::format("height / {}", unit.name), u, kInk);
-    if (!(high > low)) {
-      font_.Draw(image_, x + width + u, y + height, TickLabel(low * unit.factor), u, kInk);
+    font_.Draw(image_, x, y - u, bar.name, u, kInk);
+    if (!(bar.size > 0)) {
+      font_.Draw(image_, x + width + u, y + height, TickLabel(bar.start), u, kInk);
       return;
     }
-    const double start = low * unit.factor, size = (double{high} - low) * unit.factor;
-    ForEachTick(start, size, 8, [&](double at, const std::string& label) {
-      const int row = y + height - 1 - static_cast<int>(std::lround(at / size * (height - 1)));
-      image_.FillRectangle(x + width + 1, row, u / 2, 1, kQuiet);
-      font_.Draw(image_, x + width + u, row + u / 3, label, u, kInk);
+    const auto rowOf = [&](double at) {
+      return y + height - 1 - static_cast<int>(std::lround(at / bar.size * (height - 1)));
+    };
+    ForEachTick(bar.start, bar.size, 8, [&](double at, const std::string& label) {
+      image_.FillRectangle(x + width + 1, rowOf(at), u / 2, 1, kQuiet);
+      font_.Draw(image_, x + width + u, rowOf(at) + u / 3, label, u, kInk);
     });
+    if (facts_.legend == Legend::kSlopes) return;
+    for (const double level : ContourLevels(surface_, options_.contours)) {
+      image_.FillRectangle(x, rowOf(level * bar.factor - bar.start), width, std::max(1, u / 10), kInk);
+    }
   }
 
   const OffscreenContext& context_;
   const Surface& surface_;
   const PictureOptions& options_;
+  const StyleFacts& facts_;
   Layout layout_;
   Image image_;
   Font font_;
@@ -224,11 +277,18 @@ class Composer {
 
 }  // namespace
 
-Picture DrawPicture(const OffscreenContext& context, const HeightMap& map, const PictureOptions& options) {
+void RequireDrawable(const HeightMap& map, const PictureOptions& options) {
+  if (const std::string problem = ProblemWith(options); !problem.empty()) {
+    throw Failure(ExitCode::kUsage, problem);
+  }
   if (CountMissing(map) == map.heights.size()) {
     throw Failure(ExitCode::kNotComputable, "every sample is missing: there is nothing to draw");
   }
-  const Surface surface = PrepareSurface(map, options.zScale, options.style);
+}
+
+Picture DrawPicture(const OffscreenContext& context, const HeightMap& map, const PictureOptions& options) {
+  RequireDrawable(map, options);
+  const Surface surface = PrepareSurface(map, options);
   Composer composer(context, surface, options);
   const bool hasText = composer.HasFont();
   return {composer.Compose(), surface.zScale, hasText};

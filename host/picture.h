@@ -9,13 +9,14 @@
 
 namespace qv3d {
 
-struct PictureOptions {
+enum class Background { kPlain, kChecker };
+
+struct PictureOptions : SceneOptions {
   int width = 1600;
   int height = 1000;
-  Style style = Style::kTexture;
   ViewAngles angles;
-  double zScale = 0;  ///< exaggeration of heights, 0 to choose one
-  int step = 1;       ///< draw every step-th sample
+  Background background = Background::kPlain;
+  bool bare = false;  ///< the drawing alone: no title, scales, box or colour bar
   std::string title;
   std::string unit = "mm";
 };
@@ -30,7 +31,10 @@ struct Picture {
 inline constexpr const char* kNoTextWarning =
     "qv3d: warning: pictures are without titles and scales; install fonts-dejavu-core.\n";
 
-/// Throws Failure (not computable) where every sample is missing.
+/// Throws Failure where options contradict each other (usage) or every sample is missing (not computable).
+void RequireDrawable(const HeightMap& map, const PictureOptions& options);
+
+/// Throws Failure as RequireDrawable does.
 Picture DrawPicture(const OffscreenContext& context, const HeightMap& map, const PictureOptions& options);
 
 }  // namespace qv3d

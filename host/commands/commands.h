@@ -28,5 +28,7 @@ void AddFftFilter(CLI::App& app, Invocation& invocation);
 void AddContour(CLI::App& app, Invocation& invocation);
 void AddSection(CLI::App& app, Invocation& invocation);
 void AddCut(CLI::App& app, Invocation& invocation);
+void AddPick(CLI::App& app, Invocation& invocation);
+void AddGallery(CLI::App& app, Invocation& invocation);
 
 }  // namespace qv3d

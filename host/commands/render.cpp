@@ -1,27 +1,83 @@
-// qv3d render: a picture of a surface.
+// qv3d render: a picture of a surface, compared with an earlier one if there is one.
 #include <fmt/format.h>
-#include <map>
 
-#include "commands/options.h"
+#include "commands/view_options.h"
+#include "failure.h"
+#include "image_compare.h"
 #include "load.h"
 #include "report.h"
 
 namespace qv3d {
 namespace {
 
+/// Above which differences from the reference a picture counts as another one.
+struct Tolerance {
+  double mean = 1;
+  int largest = 255;
+};
+
 struct RenderOptions {
   ImportOptions import;
   PictureOptions picture;
   std::filesystem::path output;
+  std::filesystem::path reference;  ///< empty for none
+  Tolerance tolerance;
   GlBackend backend = GlBackend::kAutomatic;
 };
 
-const std::map<std::string, Style> kStyles{{"texture", Style::kTexture},
-                                           {"sidelight", Style::kSideLight},
-                                           {"normals", Style::kNormals},
-                                           {"map", Style::kMap}};
+std::filesystem::path DifferencePath(const std::filesystem::path& output) {
+  std::filesystem::path path = output;
+  return path.replace_filename(output.stem().string() + ".difference.png");
+}
+
+ImageDifference CompareWithReference(const RenderOptions& options, const Image& picture,
+                                     const Image& reference) {
+  if (picture.width() != reference.width() || picture.height() != reference.height()) {
+    throw Failure(ExitCode::kNotComputable,
+                  fmt::format("{}: {} x {} pixels, the picture has {} x {}", options.reference.string(),
+                              reference.width(), reference.height(), picture.width(), picture.height()),
+                  "Give the --size of the reference.");
+  }
+  ImageDifference difference = Compare(picture, reference);
+  WritePng(DifferencePath(options.output), difference.picture);
+  return difference;
+}
+
+bool IsWithin(const ImageDifference& difference, const Tolerance& tolerance) {
+  return difference.mean <= tolerance.mean && difference.largest <= tolerance.largest;
+}
+
+Json JsonOf(const RenderOptions& options, const ImageDifference& difference) {
+  return {{"file", options.reference.string()},
+          {"meanDifference", difference.mean},
+          {"maxDifference", difference.largest},
+          {"within", IsWithin(difference, options.tolerance)},
+          {"difference", DifferencePath(options.output).string()}};
+}
+
+void PrintResult(const RenderOptions& options, const LoadedMap& loaded, const Picture& picture,
+                 const char* context, const std::optional<ImageDifference>& difference) {
+  if (options.import.json) {
+    Json json = JsonOfSource(options.import, loaded);
+    json["picture"] = {{"file", options.output.string()},  {"width", picture.image.width()},
+                       {"height", picture.image.height()}, {"style", FactsOf(options.picture.style).name},
+                       {"zScale", picture.zScale},         {"context", context}};
+    if (difference) json["reference"] = JsonOf(options, *difference);
+    fmt::print("{}\n", json.dump(2));
+    return;
+  }
+  fmt::print("wrote {} ({} x {} pixels, heights {}x)\n", options.output.string(), picture.image.width(),
+             picture.image.height(), fmt::format("{:g}", picture.zScale));
+  if (difference) {
+    fmt::print("against {}: mean difference {:.4f}, max {} (of 255); see {}\n", options.reference.string(),
+               difference->mean, difference->largest, DifferencePath(options.output).string());
+  }
+}
 
 void RunRender(const RenderOptions& options) {
+  // Read before anything is written: it may be the file that will be.
+  std::optional<Image> reference;
+  if (!options.reference.empty()) reference = ReadPng(options.reference);
   Progress progress(options.import.quiet);
   const LoadedMap loaded = LoadHeightMap(options.import, progress);
   PictureOptions wanted = options.picture;
@@ -33,46 +89,40 @@ void RunRender(const RenderOptions& options) {
   const Picture picture = DrawPicture(*context, loaded.map, wanted);
   progress.Phase("writing the picture");
   WritePng(options.output, picture.image);
+  std::optional<ImageDifference> difference;
+  if (reference) difference = CompareWithReference(options, picture.image, *reference);
   progress.Finish();
-  if (!picture.hasText) fmt::print(stderr, kNoTextWarning);
-  if (options.import.json) {
-    Json json = JsonOfSource(options.import, loaded);
-    json["picture"] = {{"file", options.output.string()},
-                       {"width", picture.image.width()},
-                       {"height", picture.image.height()},
-                       {"zScale", picture.zScale},
-                       {"context", context->Name()}};
-    fmt::print("{}\n", json.dump(2));
-  } else {
-    fmt::print("wrote {} ({} x {} pixels, heights {}x)\n", options.output.string(), picture.image.width(),
-               picture.image.height(), fmt::format("{:g}", picture.zScale));
+  if (!picture.hasText && !wanted.bare) fmt::print(stderr, kNoTextWarning);
+  PrintResult(options, loaded, picture, context->Name(), difference);
+  if (difference && !IsWithin(*difference, options.tolerance)) {
+    throw Failure(ExitCode::kNotComputable,
+                  "the picture differs from the reference by more than the threshold", {}, Printed::kAlready);
   }
 }
 
-void AddViewOptions(CLI::App& command, PictureOptions& picture) {
+void AddReferenceOptions(CLI::App& command, RenderOptions& options) {
+  CLI::Option* const reference =
+      command
+          .add_option("--reference", options.reference,
+                      "Compare with an earlier picture; writes OUTPUT.difference.png beside the picture")
+          ->type_name("PNG")
+          ->group("Comparison");
   command
-      .add_option("--azimuth", picture.angles.azimuth, "Where the viewer stands, degrees; 0 looks along +y")
-      ->capture_default_str()
-      ->check(CLI::Range(-360.0, 360.0))
-      ->group("Picture");
-  command.add_option("--elevation", picture.angles.elevation, "How high the viewer stands, degrees")
-      ->capture_default_str()
-      ->check(CLI::Range(5.0, 90.0))
-      ->group("Picture");
-  command.add_option("--zoom", picture.angles.zoom, "Larger than 1: nearer")
-      ->capture_default_str()
-      ->check(CLI::Range(0.05, 50.0))
-      ->group("Picture");
-  command
-      .add_option("--z-scale", picture.zScale,
-                  "Exaggeration of heights (default: chosen to suit, and stated)")
-      ->check(CLI::PositiveNumber)
-      ->group("Picture");
-  command.add_option("--step", picture.step, "Draw every so many samples")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 65536))
-      ->group("Picture");
-  command.add_option("--title", picture.title, "Title (default: the file's name)")->group("Picture");
+      .add_option_function<std::vector<double>>(
+          "--threshold",
+          [&options](const std::vector<double>& t) {
+            options.tolerance.mean = t.front();
+            if (t.size() > 1) options.tolerance.largest = static_cast<int>(t.back());
+          },
+          "Exit with 4 when the mean difference (0 to 255, default 1) is above this, or, with two numbers, "
+          "the "
+          "difference of any pixel above the second")
+      ->delimiter(',')
+      ->expected(1, 2)
+      ->check(CLI::Range(0.0, 255.0))
+      ->type_name("MEAN[,MAX]")
+      ->needs(reference)
+      ->group("Comparison");
 }
 
 }  // namespace
@@ -84,13 +134,9 @@ void AddRender(CLI::App& app, Invocation& invocation) {
   AddLevelOption(command, options->import);
   command.add_option("-o,--output", options->output, "The picture to write")->required();
   AddSizeOption(command, options->picture);
-  command
-      .add_option("--style", options->picture.style,
-                  "texture (coloured by height), sidelight, normals or map")
-      ->transform(CLI::CheckedTransformer(kStyles))
-      ->type_name("STYLE")
-      ->group("Picture");
   AddViewOptions(command, options->picture);
+  command.add_option("--title", options->picture.title, "Title (default: the file's name)")->group("Picture");
+  AddReferenceOptions(command, *options);
   AddBackend(command, options->backend);
   OnCommand(command, invocation, options, RunRender);
 }
