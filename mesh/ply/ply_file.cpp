@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "mesh/input_file.h"
 #include "mesh/ply/records.h"
@@ -29,8 +30,9 @@ PlyFile::PlyFile(std::FILE* file) : file_(file), fileBytes_(SizeOf(file)), reade
 
 std::unique_ptr<PlyFile> PlyFile::Open(std::FILE* file) {
   std::unique_ptr<PlyFile> opened(new PlyFile(file));
-  if (!ReadHeader(opened->reader_, &opened->header_)) return nullptr;
-  return opened;
+  const bool isPly = ReadHeader(opened->reader_, &opened->header_);
+  if (opened->reader_.OutOfMemory()) ReportAllocation();
+  return isPly && !opened->reader_.OutOfMemory() ? std::move(opened) : nullptr;
 }
 
 const PlyElement* PlyFile::Element(int index) const {
