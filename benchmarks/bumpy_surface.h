@@ -15,8 +15,8 @@ namespace qv::benchmarks {
 
 using Triangles = std::vector<mesh::Triangle>;
 
-/// A bumpy surface over the unit square of 2 * columns * rows triangles, on an uneven lattice.
-inline Triangles BumpySurface(int columns, int rows) {
+/// The vertices of a bumpy surface over the unit square, on an uneven lattice.
+inline std::vector<mesh::Vertex> BumpyLattice(int columns, int rows) {
   test::Random random(7);
   std::vector<mesh::Vertex> lattice;
   for (int j = 0; j <= rows; ++j) {
@@ -28,6 +28,12 @@ inline Triangles BumpySurface(int columns, int rows) {
       lattice.push_back({static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)});
     }
   }
+  return lattice;
+}
+
+/// The surface's 2 * columns * rows triangles.
+inline Triangles BumpySurface(int columns, int rows) {
+  const std::vector<mesh::Vertex> lattice = BumpyLattice(columns, rows);
   Triangles triangles;
   for (int j = 0; j < rows; ++j) {
     for (int i = 0; i < columns; ++i) {

@@ -1,6 +1,6 @@
-// Mesh import: reading against assimp and against reading the file's bytes alone, conversion against an
-// Embree build plus one ray per sample. Single-threaded; medians of processor time and their ratios at the
-// end.
+// Mesh import: reading against assimp, against reading the file's bytes alone and (PLY) against a plain
+// reader, conversion against an Embree build plus one ray per sample. Single-threaded; medians of processor
+// time and their ratios at the end.
 #include <algorithm>
 #include <assimp/Importer.hpp>
 #include <assimp/scene.h>
@@ -8,11 +8,13 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <embree3/rtcore.h>
 #include <fcntl.h>
 #include <fstream>
 #include <malloc.h>
 #include <map>
+#include <memory>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,11 +22,13 @@
 
 #include "benchmarks/bumpy_surface.h"
 #include "exports/QV_3D.h"
+#include "tests/support/ply_files.h"
 #include "tests/support/stl_files.h"
 #include "tests/support/temporary_file.h"
 
 namespace {
 
+using qv::benchmarks::BumpyLattice;
 using qv::benchmarks::BumpySurface;
 using qv::benchmarks::LoadMesh;
 using qv::benchmarks::Million;
@@ -43,11 +47,49 @@ const char* TextFile() {
   return file.name();
 }
 
+/// About half a million vertices and a million faces, whose frame makes the surface stand up.
+std::string MillionFaces(qv::ply::FileKind kind) {
+  const int columns = 1000, rows = 500;
+  std::vector<Vertex> vertices = BumpyLattice(columns, rows);
+  for (Vertex& v : vertices) v = {v.z, v.x, -v.y};
+  qv::test::PlyFaces faces;
+  for (int j = 0; j < rows; ++j) {
+    for (int i = 0; i < columns; ++i) {
+      const int a = j * (columns + 1) + i, b = a + columns + 1;
+      faces.push_back({a, b + 1, a + 1});
+      faces.push_back({a, b, b + 1});
+    }
+  }
+  return qv::test::PlyMesh(kind, vertices, faces);
+}
+
+const char* BinaryPly() {
+  static const qv::test::TemporaryFile file(MillionFaces(qv::ply::FileKind::kBinaryLittleEndian), ".ply");
+  return file.name();
+}
+
+const char* ReversedPly() {
+  static const qv::test::TemporaryFile file(MillionFaces(qv::ply::FileKind::kBinaryBigEndian), ".ply");
+  return file.name();
+}
+
+const char* TextPly() {
+  static const qv::test::TemporaryFile file(MillionFaces(qv::ply::FileKind::kAscii), ".ply");
+  return file.name();
+}
+
 void Parse(const char* name) {
   float b[6];
   int count = 0;
   ParseSTLFile(name, b, b + 1, b + 2, b + 3, b + 4, b + 5, &count);
   benchmark::DoNotOptimize(count);
+}
+
+void ParsePly(const char* name) {
+  float b[6];
+  int vertices = 0, faces = 0;
+  if (ParsePLYFile(name, b, b + 1, b + 2, b + 3, b + 4, b + 5, &vertices, &faces) != 0) std::abort();
+  benchmark::DoNotOptimize(faces);
 }
 
 void ReadBlocks(benchmark::State& state, const char* name) {
@@ -83,6 +125,81 @@ void ReadOurs(benchmark::State& state, const char* name) {
   }
 }
 
+void ReadOurPly(benchmark::State& state, const char* name) {
+  for (auto _ : state) {
+    ParsePly(name);
+    CleanUpPLY();
+  }
+}
+
+/// What one would write down for exactly this file: a value at a time by C's own functions, a record and a
+/// list of corners in the heap for every face.
+struct PlainMesh {
+  struct Face {
+    unsigned char count;
+    std::vector<int> corners;
+  };
+  std::vector<Vertex> vertices;
+  std::vector<std::unique_ptr<Face>> faces;
+};
+
+std::FILE* OpenBehindHeader(const char* name, PlainMesh* mesh) {
+  std::FILE* file = std::fopen(name, "rb");
+  char line[4096];
+  std::size_t count = 0;
+  while (std::fgets(line, sizeof line, file) != nullptr && std::strcmp(line, "end_header\n") != 0) {
+    if (std::sscanf(line, "element vertex %zu", &count) == 1) mesh->vertices.resize(count);
+    if (std::sscanf(line, "element face %zu", &count) == 1) mesh->faces.resize(count);
+  }
+  return file;
+}
+
+template <class T>
+T TakeValue(std::FILE* file) {
+  T value;
+  if (std::fread(&value, sizeof value, 1, file) != 1) std::abort();
+  return value;
+}
+
+void ReadPlainBinary(benchmark::State& state, const char* name) {
+  for (auto _ : state) {
+    PlainMesh mesh;
+    std::FILE* file = OpenBehindHeader(name, &mesh);
+    for (Vertex& v : mesh.vertices) {
+      const auto x = TakeValue<float>(file), y = TakeValue<float>(file), z = TakeValue<float>(file);
+      v = {y, -z, x};
+    }
+    for (auto& face : mesh.faces) {
+      face = std::make_unique<PlainMesh::Face>();
+      face->count = TakeValue<unsigned char>(file);
+      face->corners.resize(face->count);
+      for (int& corner : face->corners) corner = TakeValue<int>(file);
+    }
+    std::fclose(file);
+  }
+}
+
+void ReadPlainText(benchmark::State& state, const char* name) {
+  for (auto _ : state) {
+    PlainMesh mesh;
+    std::FILE* file = OpenBehindHeader(name, &mesh);
+    char line[4096];
+    for (Vertex& v : mesh.vertices) {
+      char* text = std::fgets(line, sizeof line, file);
+      const float x = std::strtof(text, &text), y = std::strtof(text, &text), z = std::strtof(text, &text);
+      v = {y, -z, x};
+    }
+    for (auto& face : mesh.faces) {
+      face = std::make_unique<PlainMesh::Face>();
+      char* text = std::fgets(line, sizeof line, file);
+      face->count = static_cast<unsigned char>(std::strtol(text, &text, 10));
+      face->corners.resize(face->count);
+      for (int& corner : face->corners) corner = static_cast<int>(std::strtol(text, &text, 10));
+    }
+    std::fclose(file);
+  }
+}
+
 void ReadAssimp(benchmark::State& state, const char* name) {
   for (auto _ : state) {
     Assimp::Importer importer;
@@ -99,6 +216,18 @@ void ConvertOurs(benchmark::State& state) {
     LoadMesh(Million());
     state.ResumeTiming();
     if (ConvertSTLFile(kIntervals, kIntervals, 0, 0, 1, 1, heights.data()) != 0)
+      state.SkipWithError("failed");
+  }
+  state.counters["missing"] = static_cast<double>(std::count(heights.begin(), heights.end(), -1e10F));
+}
+
+void ConvertOurPly(benchmark::State& state) {
+  std::vector<float> heights(kSamples);
+  for (auto _ : state) {
+    state.PauseTiming();
+    ParsePly(BinaryPly());
+    state.ResumeTiming();
+    if (ConvertPLYFile(kIntervals, kIntervals, 0, 0, 1, 1, heights.data()) != 0)
       state.SkipWithError("failed");
   }
   state.counters["missing"] = static_cast<double>(std::count(heights.begin(), heights.end(), -1e10F));
@@ -220,7 +349,17 @@ int main(int argc, char** argv) {
   Register("STL_text/blocks_reused", ReadBlocks, TextFile());
   Register("STL_text/assimp", ReadAssimp, TextFile());
   Register("STL_to_grid/QV_3D", ConvertOurs);
+  Register("PLY_to_grid/QV_3D", ConvertOurPly);
   Register("STL_to_grid/Embree", ConvertEmbree);
+  Register("PLY_binary/QV_3D", ReadOurPly, BinaryPly());
+  Register("PLY_binary/blocks_reused", ReadBlocks, BinaryPly());
+  Register("PLY_binary/plain", ReadPlainBinary, BinaryPly());
+  Register("PLY_binary/assimp", ReadAssimp, BinaryPly());
+  Register("PLY_big_endian/QV_3D", ReadOurPly, ReversedPly());
+  Register("PLY_text/QV_3D", ReadOurPly, TextPly());
+  Register("PLY_text/blocks_reused", ReadBlocks, TextPly());
+  Register("PLY_text/plain", ReadPlainText, TextPly());
+  Register("PLY_text/assimp", ReadAssimp, TextPly());
   ReportPeakMemory();
 
   MedianReporter reporter;
@@ -229,5 +368,11 @@ int main(int argc, char** argv) {
   reporter.PrintRatio("STL_binary/QV_3D", "STL_binary/blocks_reused", 2);
   reporter.PrintRatio("STL_text/QV_3D", "STL_text/assimp", 0.5);
   reporter.PrintRatio("STL_to_grid/QV_3D", "STL_to_grid/Embree", 0.15);
+  reporter.PrintRatio("PLY_to_grid/QV_3D", "STL_to_grid/Embree", 0.15);
+  reporter.PrintRatio("PLY_binary/QV_3D", "PLY_binary/assimp", 0.16);
+  reporter.PrintRatio("PLY_big_endian/QV_3D", "PLY_binary/assimp", 0.16);
+  reporter.PrintRatio("PLY_binary/QV_3D", "PLY_binary/plain", 1);
+  reporter.PrintRatio("PLY_text/QV_3D", "PLY_text/assimp", 0.35);
+  reporter.PrintRatio("PLY_text/QV_3D", "PLY_text/plain", 1);
   return 0;
 }

@@ -559,6 +559,37 @@ QV_API unsigned QV_CALL CleanUpSTL(void);
 QV_API unsigned QV_CALL ConvertSTLFile(int nx, int ny, float xOffset, float yOffset, float xSize, float ySize,
                                        float* heights);
 
+/* Loads the vertices and faces of a PLY file, ASCII or binary in either byte order, and reports the bounding
+ * box (unit of the file) and the numbers of both. The file's y axis becomes the grid's x axis, its z axis,
+ * negated, the grid's y axis, and its x axis the height; the box is in these axes. Read are the properties
+ * "x", "y" and "z" of the element "vertex" and the list "vertex_indices" of the element "face", of any of the
+ * format's types; other elements and properties are set aside. A property that is not there prints "Warning:
+ * Can't find property '...' in element '...'\n" (two blanks behind the colon) and counts as 0; without the
+ * list no face has a triangle. A word of an ASCII file is read by its type's rule, whatever it looks like
+ * ("1e2" in a column of ints is 1), with a decimal point whatever the locale; words that a line lacks are 0,
+ * and so is what a binary file lacks. Announced numbers above both 1,000,000 and the file's bytes are not
+ * believed. Returns 1, with nothing written, when the file cannot be opened, is no PLY file, has no vertices,
+ * or does not fit into memory ("Memory allocation bombed on line ... in ply\n"). Ends the process (exit
+ * status -1) after "ply_get_element: unexpected end of file\n" when an ASCII file has fewer lines than it
+ * announces, and after "get_ascii_item: bad type = 0\n" or "get_binary_item: bad type = 0\n" when a value of
+ * a type that does not exist would have to be read. A mesh still loaded from an earlier call is released
+ * first. */
+QV_API unsigned QV_CALL ParsePLYFile(const char* fileName, float* minX, float* maxX, float* minY, float* maxY,
+                                     float* minZ, float* maxZ, int* vertexCount, int* faceCount);
+
+/* Releases the loaded PLY mesh, for a host that parses but does not convert. Without a mesh it does nothing.
+ * Returns 0. */
+QV_API unsigned QV_CALL CleanUpPLY(void);
+
+/* Turns the loaded PLY mesh into heights, as ConvertSTLFile does, and releases it. What differs: a face makes
+ * one triangle, of its first three corners; one with fewer corners (by the low 8 bits of their number), or
+ * with an index that no vertex has, makes none. The rectangle of the grid is pulled inside by 1e-8 at each
+ * end. Heights are 0.0 only where the covering triangle's doubled area in x-y is 1e-9 or less. Without any
+ * triangle every sample is missing, and 0 is returned. Ends the process where ConvertSTLFile does; it is the
+ * number of all faces that must not be below 200. */
+QV_API unsigned QV_CALL ConvertPLYFile(int nx, int ny, float xOffset, float yOffset, float xSize, float ySize,
+                                       float* heights);
+
 /* ====================================================================================================
  * Gridding of scattered points and triangles
  *

@@ -26,6 +26,7 @@ bool BlockReader::ReadMore() {
   }
   const std::size_t added = std::fread(buffer_.data() + kept, 1, wanted, file_);
   atEnd_ = added < wanted;
+  bytesRead_ += added;
   PlaceData(kept + added);
   std::memset(buffer_.data() + kept + added, 0, kPadding);
   return added > 0;

@@ -38,6 +38,9 @@ class BlockReader {
     return true;
   }
 
+  /// All that was read so far.
+  std::size_t BytesRead() const { return bytesRead_; }
+
   /// Whether reading ended because memory ran out.
   bool OutOfMemory() const { return outOfMemory_; }
 
@@ -48,6 +51,7 @@ class BlockReader {
   GrowingArray<char> buffer_;
   const char* cursor_ = nullptr;
   const char* end_ = nullptr;
+  std::size_t bytesRead_ = 0;
   bool atEnd_ = false;
   bool outOfMemory_ = false;
 };

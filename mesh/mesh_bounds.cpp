@@ -51,9 +51,9 @@ void RestoreFirstZero(const float* coordinates, std::size_t count, std::size_t a
 
 }  // namespace
 
-void MeshBounds::Widen(const Triangle* triangles, std::size_t count) {
-  const auto* coordinates = reinterpret_cast<const float*>(triangles);
-  const std::size_t coordinateCount = count * (sizeof(Triangle) / sizeof(float));
+void MeshBounds::Widen(const Vertex* vertices, std::size_t count) {
+  const auto* coordinates = reinterpret_cast<const float*>(vertices);
+  const std::size_t coordinateCount = count * kAxes;
   const std::size_t inLanes = coordinateCount - coordinateCount % kLanes;
   const MeshBounds before = *this;
 

@@ -13,7 +13,10 @@ struct MeshBounds {
   float minimum[3] = {1e10F, 1e10F, 1e10F};
   float maximum[3] = {-1e10F, -1e10F, -1e10F};
 
-  void Widen(const Triangle* triangles, std::size_t count);
+  void Widen(const Vertex* vertices, std::size_t count);
+  void Widen(const Triangle* triangles, std::size_t count) {
+    Widen(reinterpret_cast<const Vertex*>(triangles), 3 * count);
+  }
 };
 
 }  // namespace qv::mesh

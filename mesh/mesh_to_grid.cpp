@@ -42,9 +42,12 @@ double LargestCoordinate(const MeshBounds& bounds) {
 
 Refinement Refine(GrowingArray<Triangle>& triangles, const MeshBounds& bounds, const CellGrid& cells,
                   bool verbose) {
+  // Without triangles there is one pass, which finds nothing, whatever the cells are.
+  if (triangles.empty()) return SplitLongEdges(triangles, HUGE_VAL, 0, verbose);
   // Without cells every index is a bad one, and without an extent the refinement would not end.
-  const bool hasCells = cells.x.resolution > 0 && cells.x.extent > 0 && cells.y.extent > 0;
-  if (!hasCells) return triangles.empty() ? Refinement::kDone : Refinement::kNotFinite;
+  const auto isExtent = [](double extent) { return extent > 0 && std::isfinite(extent); };
+  if (cells.x.resolution < 1 || !isExtent(cells.x.extent) || !isExtent(cells.y.extent))
+    return Refinement::kNotFinite;
   return SplitLongEdges(triangles, MaximumEdgeLength(cells), LargestCoordinate(bounds), verbose);
 }
 

@@ -1,5 +1,6 @@
 #include "mesh/number_scanner.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cstdint>
@@ -94,16 +95,22 @@ bool FindLeadingDigit(const char* text, const char* end, std::int64_t* position)
   return found;
 }
 
+/// Whether a number that is out of every range is too large, not too small. `mantissaEnd` is behind the last
+/// digit before the exponent.
+bool IsTooLarge(const char* first, const char* mantissaEnd, std::chars_format format, std::int64_t exponent) {
+  std::int64_t position = 0;
+  if (!FindLeadingDigit(first, mantissaEnd, &position)) return false;
+  const std::int64_t digitWidth = format == std::chars_format::hex ? 4 : 1;
+  return position * digitWidth + exponent > 0;
+}
+
 /// The careful way. `mantissaEnd` is behind the last digit before the exponent.
 float ConvertExactly(const char* first, const char* mantissaEnd, const char* last, std::chars_format format,
                      std::int64_t exponent) {
-  std::int64_t position = 0;
-  if (!FindLeadingDigit(first, mantissaEnd, &position)) return 0.0F;
   float value = 0;
   const std::from_chars_result result = std::from_chars(first, last, value, format);
   if (result.ec != std::errc::result_out_of_range) return value;
-  const std::int64_t digitWidth = format == std::chars_format::hex ? 4 : 1;
-  return position * digitWidth + exponent > 0 ? std::numeric_limits<float>::infinity() : 0.0F;
+  return IsTooLarge(first, mantissaEnd, format, exponent) ? std::numeric_limits<float>::infinity() : 0.0F;
 }
 
 ScannedNumber ScanDecimal(const char* text) {
@@ -183,7 +190,35 @@ ScannedNumber ScanNan(const char* text) {
   return number;
 }
 
+/// The number without a sign that [first, last) begins with. False where there is none.
+bool ScanUnsignedPrefix(const char* first, const char* last, double* value) {
+  const auto isHexDigitAt = [&](std::ptrdiff_t i) { return i < last - first && IsHexDigit(first[i]); };
+  auto format = std::chars_format::general;
+  if (last - first > 2 && *first == '0' && ToLower(first[1]) == 'x' &&
+      (isHexDigitAt(2) || (first[2] == '.' && isHexDigitAt(3)))) {
+    format = std::chars_format::hex;
+    first += 2;
+  }
+  const std::from_chars_result result = std::from_chars(first, last, *value, format);
+  if (result.ec != std::errc::result_out_of_range) return result.ec == std::errc();
+
+  const char letter = format == std::chars_format::hex ? 'p' : 'e';
+  const char* mantissaEnd = std::find_if(first, result.ptr, [=](char c) { return ToLower(c) == letter; });
+  const std::int64_t exponent = mantissaEnd == result.ptr ? 0 : ScanExponent(mantissaEnd + 1).value;
+  *value = IsTooLarge(first, mantissaEnd, format, exponent) ? std::numeric_limits<double>::infinity() : 0.0;
+  return true;
+}
+
 }  // namespace
+
+double NumberPrefix(const char* first, const char* last) {
+  const bool negative = first < last && *first == '-';
+  if (first < last && (*first == '-' || *first == '+')) ++first;
+  if (first < last && *first == '-') return 0;  // it would be taken for a sign again
+  double value = 0;
+  if (!ScanUnsignedPrefix(first, last, &value)) return 0;
+  return negative ? -value : value;
+}
 
 // The decimals that files are full of. Anything else, or anything in doubt, is scanned again from its start.
 // Signs are as good as random: no branches on them.

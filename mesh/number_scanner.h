@@ -17,4 +17,8 @@ struct ScannedNumber {
 /// The text must be followed by a byte that is no part of any number, and 8 more bytes must be readable.
 ScannedNumber ScanNumber(const char* text);
 
+/// The longest beginning of [first, last) that is a number, as strtod would take it ("1e" is 1), or 0. White
+/// space in front is not skipped. [first, last) must be followed by a byte that is no digit.
+double NumberPrefix(const char* first, const char* last);
+
 }  // namespace qv::mesh

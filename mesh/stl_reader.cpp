@@ -4,11 +4,11 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 #include "core/diagnostics.h"
 #include "exports/QV_3D.h"
 #include "mesh/block_reader.h"
+#include "mesh/input_file.h"
 #include "mesh/text_scanner.h"
 
 namespace qv::mesh {
@@ -21,15 +21,6 @@ using diagnostics::Print;
 using Triangles = GrowingArray<Triangle>;
 
 constexpr int kUnreadable = -1;
-
-/// What a seekable file has from its present position; 0 for others.
-std::size_t RemainingBytes(std::FILE* file) {
-  const long here = std::ftell(file);
-  if (here < 0 || std::fseek(file, 0, SEEK_END) != 0) return 0;
-  const long end = std::ftell(file);
-  std::fseek(file, here, SEEK_SET);
-  return end > here ? static_cast<std::size_t>(end - here) : 0;
-}
 
 /// A file is text when it begins with "solid" in any letter case, also where it is a binary file whose header
 /// does.
@@ -165,10 +156,6 @@ int ReadAny(std::FILE* file, Triangles* triangles) {
   return reader.OutOfMemory() ? kUnreadable : count;
 }
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 void ReportBounds(const MeshBounds& bounds) {
   Print("Model bounds: %g <= x <= %g\n", bounds.minimum[0], bounds.maximum[0]);
   Print("%g <= y <= %g\n", bounds.minimum[1], bounds.maximum[1]);
@@ -186,7 +173,7 @@ int ReadSTL(std::FILE* file) {
 
 int ReadSTL(const char* fileName) {
   stl.StlTriangles = {};
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(fileName, "rb"));
+  const InputFile file(std::fopen(fileName, "rb"));
   return file == nullptr ? kUnreadable : ReadSTL(file.get());
 }
 

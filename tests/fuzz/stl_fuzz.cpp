@@ -1,8 +1,6 @@
 // Feeds arbitrary bytes to the STL reader and, where the mesh allows it, to the conversion. With clang's
 // libFuzzer (QV_3D_BUILD_FUZZERS) it searches; with replay_main.cpp it is an ordinary test that runs the
 // corpus.
-#include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -10,27 +8,13 @@
 
 #include "exports/QV_3D.h"
 #include "mesh/stl_reader.h"
+#include "tests/fuzz/refinement.h"
 #include "tests/support/fake_diagnostics.h"
 #include "tests/support/temporary_file.h"
 
 namespace {
 
 using qv::mesh::stl;
-
-/// A number of pieces above which the refinement of a mesh is left alone: it would only take long.
-bool IsQuicklyRefined() {
-  const double resolution = std::min(std::sqrt(0.005 * stl.StlTriangleCount), 80.0);
-  const double extents[2] = {static_cast<double>(stl.StlBounds.maximum[0]) - stl.StlBounds.minimum[0],
-                             static_cast<double>(stl.StlBounds.maximum[1]) - stl.StlBounds.minimum[1]};
-  const double limit = std::min(extents[0], extents[1]) / std::floor(resolution);
-  double pieces = 0;
-  for (const qv::mesh::Triangle& t : stl.StlTriangles) {
-    const double longest = std::max({qv::mesh::EdgeLength2D(t.a, t.b), qv::mesh::EdgeLength2D(t.b, t.c),
-                                     qv::mesh::EdgeLength2D(t.c, t.a)});
-    pieces += std::max(1.0, 4 * (longest / limit) * (longest / limit));
-  }
-  return !(pieces > 200000);  // a NaN goes on: such meshes are refused before anything is split
-}
 
 /// The conversion's arguments come from the last bytes of the file, so that they can be searched too.
 void ConvertLoaded(const std::uint8_t* data, std::size_t size) {
@@ -70,7 +54,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       }
       stl.StlTriangleCount = static_cast<int>(stl.StlTriangles.size());
     }
-    if (IsQuicklyRefined()) ConvertLoaded(data, size);
+    if (qv::test::IsQuicklyRefined(stl.StlTriangles, stl.StlTriangleCount, stl.StlBounds))
+      ConvertLoaded(data, size);
   });
   CleanUpSTL();
   qv::test::TakeMessages();

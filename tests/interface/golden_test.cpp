@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "exports/QV_3D.h"
+#include "tests/support/ply_files.h"
 #include "tests/support/random_grid.h"
 #include "tests/support/stl_files.h"
 #include "tests/support/temporary_file.h"
@@ -101,7 +102,7 @@ std::uint64_t NormalsHash() {
 }
 
 /// Overlapping triangles of all sizes, so that refinement, order of covering and interpolation all show.
-std::string RandomMesh() {
+qv::test::Triangles RandomMesh() {
   Random random(3);
   qv::test::Triangles triangles;
   for (int i = 0; i < 1500; ++i) {
@@ -114,11 +115,11 @@ std::string RandomMesh() {
     const qv::mesh::Vertex a = vertex(), b = vertex(), c = vertex();
     triangles.push_back({a, b, c});
   }
-  return qv::test::BinaryStl(triangles);
+  return triangles;
 }
 
 std::uint64_t MeshHash() {
-  const qv::test::TemporaryFile file(RandomMesh());
+  const qv::test::TemporaryFile file(qv::test::BinaryStl(RandomMesh()));
   Hash hash;
   std::vector<float> bounds(6), heights(201 * 151);
   int triangles = 0;
@@ -154,6 +155,27 @@ std::uint64_t GriddingHash() {
   return hash.Value();
 }
 
+/// The same triangles as faces.
+std::uint64_t FaceHash(qv::ply::FileKind kind) {
+  std::vector<qv::mesh::Vertex> vertices;
+  qv::test::PlyFaces faces;
+  for (const qv::mesh::Triangle& t : RandomMesh()) {
+    const auto first = static_cast<int>(vertices.size());
+    for (const qv::mesh::Vertex& v : {t.a, t.b, t.c}) vertices.push_back({v.z, v.x, -v.y});
+    faces.push_back({first, first + 1, first + 2});
+  }
+  const qv::test::TemporaryFile file(qv::test::PlyMesh(kind, vertices, faces));
+  Hash hash;
+  std::vector<float> bounds(6), heights(201 * 151);
+  int vertexCount = 0, faceCount = 0;
+  hash.Add(ParsePLYFile(file.name(), &bounds[0], &bounds[1], &bounds[2], &bounds[3], &bounds[4], &bounds[5],
+                        &vertexCount, &faceCount));
+  hash.Add(bounds);
+  hash.Add(ConvertPLYFile(200, 150, 0.01F, -0.2F, 9.0F, 8.5F, heights.data()));
+  hash.Add(heights);
+  return hash.Value();
+}
+
 TEST(Golden, EveryInstructionSet_ComesToTheCheckedInBits) {
   qv::test::ForEachVariant([] {
     EXPECT_EQ(StatisticsHash(), 1307860322453785006U);
@@ -161,6 +183,7 @@ TEST(Golden, EveryInstructionSet_ComesToTheCheckedInBits) {
     EXPECT_EQ(NormalsHash(), 7268532115950777013U);
     EXPECT_EQ(MeshHash(), 8249860758718269052U);
     EXPECT_EQ(GriddingHash(), 6733985977426830394U);
+    for (const qv::ply::FileKind kind : qv::test::kPlyKinds) EXPECT_EQ(FaceHash(kind), 12717366430242297373U);
   });
 }
 

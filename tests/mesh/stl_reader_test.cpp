@@ -338,7 +338,7 @@ TEST(ParseSTLFile_RandomDamage, FlippedBytes_LikeReference) {
   const std::string originals[] = {BinaryStl(RandomTriangles(random, 4)),
                                    AsciiStl(RandomTriangles(random, 3))};
   const std::string likely = "vertex facetendfacet0123456789.-+eExnaif \n\t\0";
-  for (int i = 0; i < 4000; ++i) {
+  for (int i = 0; i < 20000; ++i) {
     std::string bytes = originals[i % 2];
     for (int flips = random.Between(1, 6); flips > 0; --flips) {
       char& byte = bytes[static_cast<std::size_t>(random.Below(static_cast<int>(bytes.size())))];

@@ -28,8 +28,9 @@ struct GridReference {
 
 class MeshToGridReference {
  public:
-  MeshToGridReference(std::vector<mesh::Triangle> triangles, double degenerateArea)
-      : triangles_(std::move(triangles)), degenerateArea_(degenerateArea) {
+  /// The ends of the grid are pulled inside by `nudge`.
+  MeshToGridReference(std::vector<mesh::Triangle> triangles, double degenerateArea, double nudge = 0)
+      : triangles_(std::move(triangles)), degenerateArea_(degenerateArea), nudge_(nudge) {
     for (const mesh::Triangle& t : triangles_) {
       for (const mesh::Vertex& v : {t.a, t.b, t.c}) {
         const float coordinates[3] = {v.x, v.y, v.z};
@@ -56,7 +57,7 @@ class MeshToGridReference {
       return out_;
     }
     FileTriangles();
-    SampleGrid(nx, ny, bounds_.minimum[0] + xOffset, bounds_.minimum[1] + yOffset, xSize, ySize);
+    SampleGrid(nx, ny, Start(bounds_.minimum[0], xOffset), Start(bounds_.minimum[1], yOffset), xSize, ySize);
     out_.refined = triangles_;
     return out_;
   }
@@ -196,8 +197,11 @@ class MeshToGridReference {
     }
   }
 
+  float Start(double minimum, double offset) const { return static_cast<float>((minimum + offset) + nudge_); }
+  float End(double start, double size) const { return static_cast<float>((start + size) - 2 * nudge_); }
+
   void SampleGrid(int nx, int ny, float x0, float y0, float xSize, float ySize) {
-    const float x1 = x0 + xSize, y1 = y0 + ySize;
+    const float x1 = End(x0, xSize), y1 = End(y0, ySize);
     const std::size_t width = static_cast<std::size_t>(nx) + 1;
     out_.heights.resize(width * (static_cast<std::size_t>(ny) + 1));
     for (int i = 0; i <= nx; ++i) {
@@ -226,6 +230,7 @@ class MeshToGridReference {
 
   std::vector<mesh::Triangle> triangles_;
   double degenerateArea_;
+  double nudge_;
   mesh::MeshBounds bounds_;
   double minX_ = 0, minY_ = 0, extentX_ = 0, extentY_ = 0;
   int resolution_ = 0;
