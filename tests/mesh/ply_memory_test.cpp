@@ -1,5 +1,5 @@
-// Memory of the PLY import, watched and made to fail through the linker's --wrap. (What the header's names take
-// comes from the C++ runtime and is not seen here.)
+// Memory of the PLY import, watched and made to fail through the linker's --wrap. (What the header's names
+// take comes from the C++ runtime and is not seen here.)
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
@@ -121,11 +121,12 @@ TEST(ParsePLYFile_Memory, EveryAllocationThatFails_MessageAndOne) {
 TEST(ParsePLYFile_Memory, LyingNumbers_TakeNoMoreThanTheFileIsLong) {
   constexpr std::size_t kFewBlocks = 600 * 1024;
   const std::string xyz = "property float x\nproperty float y\nproperty float z\n";
-  const TemporaryFile records("ply\nformat ascii 1.0\nelement vertex 1000000\n" + xyz + "end_header\n1 2 3\n", ".ply");
+  const TemporaryFile records("ply\nformat ascii 1.0\nelement vertex 1000000\n" + xyz + "end_header\n1 2 3\n",
+                              ".ply");
   EXPECT_TRUE(Import(records, -1).ended);
   EXPECT_LE(largest, kFewBlocks);
-  const TemporaryFile beyond("ply\nformat binary_little_endian 1.0\nelement vertex 2147483647\n" + xyz + "end_header\n",
-                             ".ply");
+  const TemporaryFile beyond(
+      "ply\nformat binary_little_endian 1.0\nelement vertex 2147483647\n" + xyz + "end_header\n", ".ply");
   EXPECT_EQ(Import(beyond, -1).status, 1U);
   EXPECT_LE(largest, kFewBlocks);
   const TemporaryFile lists("ply\nformat ascii 1.0\nelement vertex 1\n" + xyz +
