@@ -53,7 +53,8 @@ QV_INLINE auto Merged(const Sorted<Vector, kA>& a, const Sorted<Vector, kB>& b) 
       all.at[2 * i] = even.at[i];
       Order(all.at[2 * i - 1], all.at[2 * i]);
     }
-    if constexpr ((kA + kB) % 2 == 0) all.at[kA + kB - 1] = kEven > kOdd ? even.at[kEven - 1] : odd.at[kOdd - 1];
+    if constexpr ((kA + kB) % 2 == 0)
+      all.at[kA + kB - 1] = kEven > kOdd ? even.at[kEven - 1] : odd.at[kOdd - 1];
   }
   return all;
 }
@@ -166,13 +167,15 @@ class RankNetwork {
     if constexpr (kRows == 1) {
       return {{LoadAt(top + kFirst * pitch_)}};
     } else {
-      return Merged(SortedColumn<kFirst, kRows / 2>(top), SortedColumn<kFirst + kRows / 2, kRows - kRows / 2>(top));
+      return Merged(SortedColumn<kFirst, kRows / 2>(top),
+                    SortedColumn<kFirst + kRows / 2, kRows - kRows / 2>(top));
     }
   }
 
   template <int kPlanes, int kOut>
   QV_INLINE Sorted<Vector, kOut> TwoOf(const Key* from, std::ptrdiff_t distance) {
-    return Smallest<kOut>(Merged(LoadPlanes<kPlanes>(from, kPlane), LoadPlanes<kPlanes>(from + distance, kPlane)));
+    return Smallest<kOut>(
+        Merged(LoadPlanes<kPlanes>(from, kPlane), LoadPlanes<kPlanes>(from + distance, kPlane)));
   }
 
   std::ptrdiff_t pitch_;
