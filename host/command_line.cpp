@@ -51,6 +51,9 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddSpectrum(app, invocation);
   AddAutocorrelate(app, invocation);
   AddFftFilter(app, invocation);
+  AddContour(app, invocation);
+  AddSection(app, invocation);
+  AddCut(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

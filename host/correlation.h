@@ -12,9 +12,9 @@ HeightMap AutocorrelationOf(const HeightMap& map);
 
 /// Distances in which the correlation first falls to a threshold.
 struct CorrelationLength {
-  double fastest = 0;  ///< 0 where it does so in no direction
+  double fastest = 0;           ///< 0 where it does so in no direction
   double fastestDirection = 0;  ///< degrees from +x towards +y, from 0 up to 180
-  double slowest = 0;  ///< 0 where in some direction it does not within the lags there are
+  double slowest = 0;           ///< 0 where in some direction it does not within the lags there are
   double slowestDirection = 0;
 };
 

@@ -13,10 +13,10 @@ namespace qv3d {
 struct Field {
   std::string name;  ///< above it; may be empty
   int columns = 0, rows = 0;
-  std::vector<float> values;                      ///< row by row, the lowest first; missing ones are grey
+  std::vector<float> values;                        ///< row by row, the lowest first; missing ones are grey
   double left = 0, right = 1, bottom = 0, top = 1;  ///< coordinates of the outer edges
-  std::string xName, yName, valueName;            ///< with their units
-  double low = 0, high = 1;                       ///< values at the two ends of the colours
+  std::string xName, yName, valueName;              ///< with their units
+  double low = 0, high = 1;                         ///< values at the two ends of the colours
 };
 
 struct FieldPicture {

@@ -60,8 +60,8 @@ FilteredMap FilterByFrequency(const HeightMap& map, const FrequencyFilter& filte
   }
   FilteredMap filtered;
   filtered.heights.resize(map.heights.size());
-  CropSurface(padded.data(), filtered.heights.data(), (side - map.width) / 2, (side - map.height) / 2, side, side,
-              map.width, map.height);
+  CropSurface(padded.data(), filtered.heights.data(), (side - map.width) / 2, (side - map.height) / 2, side,
+              side, map.width, map.height);
   if (filter.pass == Pass::kLow) {
     double mean = 0;
     for (const float h : map.heights) mean += h;

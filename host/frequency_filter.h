@@ -20,8 +20,8 @@ struct FrequencyFilter {
   double cutoff = 0;  ///< wavelength that passes with half its amplitude
 };
 
-/// The cutoff wavelengths that result: those along the axes differ where the samples are not equally far apart,
-/// and the ideal kind cuts oblique waves at longer ones.
+/// The cutoff wavelengths that result: those along the axes differ where the samples are not equally far
+/// apart, and the ideal kind cuts oblique waves at longer ones.
 struct Cutoffs {
   double x = 0, y = 0, diagonal = 0;
 };
@@ -31,8 +31,8 @@ struct FilteredMap {
   Cutoffs cutoffs;
 };
 
-/// The map must have no missing samples. Throws Failure: usage where the cutoff is shorter than two samples or
-/// longer than the surface, not computable where memory runs out.
+/// The map must have no missing samples. Throws Failure: usage where the cutoff is shorter than two samples
+/// or longer than the surface, not computable where memory runs out.
 FilteredMap FilterByFrequency(const HeightMap& map, const FrequencyFilter& filter);
 
 }  // namespace qv3d

@@ -74,6 +74,7 @@ class Composer {
     const int factor = Supersampling(layout_.width, layout_.height);
     Framebuffer framebuffer(context_, layout_.width * factor, layout_.height * factor);
     DrawPerspective(surface_, camera, options_.style, options_.step);
+    if (options_.overlay) options_.overlay(surface_);
     const Image large = framebuffer.Read();
     image_.Paste(factor == 1 ? large : Downsample(large, factor), 0, 0);
     DrawFloorScales(camera);
@@ -94,6 +95,7 @@ class Composer {
     const int factor = Supersampling(width, height);
     Framebuffer framebuffer(context_, width * factor, height * factor);
     DrawMap(surface_, options_.step);
+    if (options_.overlay) options_.overlay(surface_);
     const Image large = framebuffer.Read();
     image_.FillRectangle(x - 1, y - 1, width + 2, height + 2, kQuiet);
     image_.Paste(factor == 1 ? large : Downsample(large, factor), x, y);

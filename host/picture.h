@@ -1,6 +1,7 @@
 // A finished picture of a height map: the drawn surface with title, scales and colour bar.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "image.h"
@@ -18,6 +19,8 @@ struct PictureOptions {
   int step = 1;       ///< draw every step-th sample
   std::string title;
   std::string unit = "mm";
+  /// Draws more into the scene, in the frame of the surface's drawing; the matrices are set.
+  std::function<void(const Surface&)> overlay;
 };
 
 struct Picture {

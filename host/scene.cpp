@@ -261,6 +261,9 @@ Surface PrepareSurface(const HeightMap& map, double zScale, Style style) {
 void DrawPerspective(const Surface& surface, const Camera& camera, Style style, int step) {
   ClearWith(kBackground[0], kBackground[1], kBackground[2]);
   glEnable(GL_DEPTH_TEST);
+  // Room between the surface and lines that are drawn on it.
+  glEnable(GL_POLYGON_OFFSET_FILL);
+  glPolygonOffset(1, 2);
   glShadeModel(GL_SMOOTH);
   glMatrixMode(GL_PROJECTION);
   glLoadMatrixd(camera.projection().data());

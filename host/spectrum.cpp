@@ -11,8 +11,8 @@
 namespace qv3d {
 namespace {
 
-/// How a wave whose frequency lies `distance` terms from a term shows there, between 0 and 1: `samples` of the
-/// `padded` ones are the surface, the others zero.
+/// How a wave whose frequency lies `distance` terms from a term shows there, between 0 and 1: `samples` of
+/// the `padded` ones are the surface, the others zero.
 double Leakage(double distance, int samples, int padded) {
   const double angle = std::numbers::pi * distance / padded;
   if (std::abs(angle) < 1e-12) return 1;
@@ -66,8 +66,7 @@ std::optional<Wave> DominantWave(const Spectrum& s, const HeightMap& map) {
   }
   if (column < 0 || row < 1) return std::nullopt;
   const double at = s.At(column, row);
-  const double partX =
-      PartOfTerm(s.At(column - 1, row), at, s.At(column + 1, row), map.width, s.columns);
+  const double partX = PartOfTerm(s.At(column - 1, row), at, s.At(column + 1, row), map.width, s.columns);
   const double partY = PartOfTerm(s.At(column, row - 1), at, s.At(column, row + 1), map.height, s.rows);
   const double fx = (column - s.columns / 2 + partX) * s.stepX, fy = (row - s.rows / 2 + partY) * s.stepY;
   // Rounded, so that a wave along y runs along 90 degrees and not along -90.

@@ -74,8 +74,9 @@ void PrintText(const AutocorrelateOptions& options, const CorrelationLength& len
                isStandard ? "Str" : "aspect", "-");
     return;
   }
-  fmt::print("{:<8} {:>12.3f}  fastest over slowest decay ({} along {:.1f}°)\n", isStandard ? "Str" : "aspect",
-             length.fastest / length.slowest, FormatLength(length.slowest, unit), length.slowestDirection);
+  fmt::print("{:<8} {:>12.3f}  fastest over slowest decay ({} along {:.1f}°)\n",
+             isStandard ? "Str" : "aspect", length.fastest / length.slowest,
+             FormatLength(length.slowest, unit), length.slowestDirection);
 }
 
 void RunAutocorrelate(const AutocorrelateOptions& options) {
@@ -118,11 +119,13 @@ void AddAutocorrelate(CLI::App& app, Invocation& invocation) {
   const auto options = std::make_shared<AutocorrelateOptions>();
   AddSurfaceOptions(command, options->import);
   AddLevelOption(command, options->import);
-  command.add_option("-o,--output", options->picture, "Picture to write (.png): correlation by lag in x and y");
+  command.add_option("-o,--output", options->picture,
+                     "Picture to write (.png): correlation by lag in x and y");
   command.add_option("--csv", options->csv,
                      "Correlations to write (.csv): 1 in the middle, lags up to half the surface");
   command
-      .add_option("--threshold", options->threshold, "Correlation to which the decay is measured; 0.2 for Sal")
+      .add_option("--threshold", options->threshold,
+                  "Correlation to which the decay is measured; 0.2 for Sal")
       ->capture_default_str()
       ->check(CLI::Range(0.01, 0.99));
   AddSizeOption(command, options->width, options->height);

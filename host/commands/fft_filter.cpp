@@ -95,9 +95,9 @@ bool WritePicture(const FftFilterOptions& options, const FrequencyFilter& filter
   FieldPicture picture;
   picture.title =
       fmt::format("{}: {}-pass filter", options.import.file.filename().string(), low ? "low" : "high");
-  picture.subtitle = fmt::format("{}, cutoff {}: {} waves stay", NameOf(filter.kind),
-                                 FormatLength(filter.cutoff, HandyUnit(unit, filter.cutoff)),
-                                 low ? "long" : "short");
+  picture.subtitle =
+      fmt::format("{}, cutoff {}: {} waves stay", NameOf(filter.kind),
+                  FormatLength(filter.cutoff, HandyUnit(unit, filter.cutoff)), low ? "long" : "short");
   const auto [least, most] = HeightRange(result.input, kOutliers);
   const Unit height = HandyUnit(unit, std::max(std::abs(least), std::abs(most)));
   picture.fields = {FieldOf("input", result.input, unit, height),
@@ -183,9 +183,10 @@ void AddFftFilter(CLI::App& app, Invocation& invocation) {
       ->required()
       ->check(CLI::PositiveNumber);
   command
-      .add_option("--kind", options->filter.kind,
-                  "gaussian (default), butterworth (first order) or ideal (all or nothing; the cutoff holds along x "
-                  "and y, oblique waves are cut from longer wavelengths on, which are stated)")
+      .add_option(
+          "--kind", options->filter.kind,
+          "gaussian (default), butterworth (first order) or ideal (all or nothing; the cutoff holds along x "
+          "and y, oblique waves are cut from longer wavelengths on, which are stated)")
       ->transform(CLI::CheckedTransformer(kKinds))
       ->type_name("KIND");
   command.add_option("-o,--output", options->outputs,

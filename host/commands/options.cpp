@@ -70,11 +70,15 @@ void AddOutputOptions(CLI::App& command, bool& json, bool& quiet) {
   command.add_flag("-q,--quiet", quiet, "No progress on the standard error stream");
 }
 
-void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
-  command.add_option("FILE", options.file, what)->required();
-  command.add_option("--unit", options.unit, "Unit of the file's numbers: m, mm, um, nm or in")
+void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit, const char* what) {
+  command.add_option("FILE", file, what)->required();
+  command.add_option("--unit", unit, "Unit of the file's numbers: m, mm, um, nm or in")
       ->capture_default_str()
       ->check(CheckUnit);
+}
+
+void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
+  AddFileAndUnit(command, options.file, options.unit, what);
   AddLimits(command, options.limits);
   AddOutputOptions(command, options.json, options.quiet);
 }

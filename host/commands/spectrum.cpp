@@ -30,7 +30,8 @@ struct Units {
 
   Units(const SpectrumOptions& options, const HeightMap& map, const Spectrum& s)
       : length(HandyUnit(options.import.unit, std::max(map.xSize, map.ySize))),
-        amplitude(HandyUnit(options.import.unit, *std::max_element(s.amplitudes.begin(), s.amplitudes.end()))) {}
+        amplitude(
+            HandyUnit(options.import.unit, *std::max_element(s.amplitudes.begin(), s.amplitudes.end()))) {}
 };
 
 std::string TitleOf(const SpectrumOptions& options, const char* what) {
@@ -48,7 +49,8 @@ bool WritePicture(const SpectrumOptions& options, const Spectrum& s, const std::
   field.columns = s.columns;
   field.rows = s.rows;
   field.values = s.amplitudes;
-  for (float& a : field.values) a = std::log10(std::max(a * static_cast<float>(units.amplitude.factor), 1e-30f));
+  for (float& a : field.values)
+    a = std::log10(std::max(a * static_cast<float>(units.amplitude.factor), 1e-30f));
   const double x = s.stepX / units.length.factor, y = s.stepY / units.length.factor;
   field.left = -(s.columns + 1) / 2.0 * x;
   field.right = field.left + s.columns * x;
@@ -71,7 +73,8 @@ bool WritePicture(const SpectrumOptions& options, const Spectrum& s, const std::
 
 void WriteCsv(const SpectrumOptions& options, const std::vector<RadialTerm>& rings) {
   const std::string& unit = options.import.unit;
-  std::string text = fmt::format("# frequency / (1/{0}), wavelength / {0}, mean amplitude / {0}, terms\n", unit);
+  std::string text =
+      fmt::format("# frequency / (1/{0}), wavelength / {0}, mean amplitude / {0}, terms\n", unit);
   for (const RadialTerm& ring : rings) {
     fmt::format_to(std::back_inserter(text), "{:.9g},{:.9g},{:.9g},{}\n", ring.frequency, 1 / ring.frequency,
                    ring.amplitude, ring.terms);
@@ -79,7 +82,8 @@ void WriteCsv(const SpectrumOptions& options, const std::vector<RadialTerm>& rin
   WriteWholeFile(options.csv, text);
 }
 
-bool WriteRadialPlot(const SpectrumOptions& options, const std::vector<RadialTerm>& rings, const Units& units) {
+bool WriteRadialPlot(const SpectrumOptions& options, const std::vector<RadialTerm>& rings,
+                     const Units& units) {
   Plot plot;
   plot.title = TitleOf(options, "radial spectrum");
   plot.subtitle = "Amplitudes of the waves, mean over all directions";
@@ -107,9 +111,8 @@ Json JsonOf(const SpectrumOptions& options, const LoadedMap& loaded, const Spect
                       {"highestY", s.rows / 2 * s.stepY}};
   json["dominant"] = nullptr;
   if (wave) {
-    json["dominant"] = {{"wavelength", wave->wavelength},
-                        {"direction", wave->direction},
-                        {"amplitude", wave->amplitude}};
+    json["dominant"] = {
+        {"wavelength", wave->wavelength}, {"direction", wave->direction}, {"amplitude", wave->amplitude}};
   }
   json["written"] = Json::array();
   for (const std::filesystem::path& path : written) json["written"].push_back(path.string());
@@ -160,8 +163,9 @@ void AddSpectrum(CLI::App& app, Invocation& invocation) {
   const auto options = std::make_shared<SpectrumOptions>();
   AddSurfaceOptions(command, options->import);
   AddLevelOption(command, options->import);
-  command.add_option("-o,--output", options->picture,
-                     "Picture to write (.png): amplitudes in decades, by frequency in x and y (cycles per unit)");
+  command.add_option(
+      "-o,--output", options->picture,
+      "Picture to write (.png): amplitudes in decades, by frequency in x and y (cycles per unit)");
   command.add_option("--csv", options->csv,
                      "Mean amplitudes by frequency to write (.csv), in the unit of the file");
   command.add_option("--plot", options->plot, "The same as a plot (.png or .svg)");
