@@ -56,6 +56,7 @@ void DxfLine(Out out, const ContourLine& line, const std::string& layer, float h
 
 std::string ContourSvg(const ContourSheet& sheet) {
   constexpr int kLongerSide = 1000;
+  constexpr double kLineWidth = 1.2;
   const double width = sheet.right - sheet.left, height = sheet.top - sheet.bottom;
   const double scale = kLongerSide / std::max(width, height);
   std::string text = fmt::format(
@@ -63,18 +64,20 @@ std::string ContourSvg(const ContourSheet& sheet) {
       "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{:.6g}\" height=\"{:.6g}\" "
       "viewBox=\"{:.9g} {:.9g} {:.9g} {:.9g}\">\n"
       "<title>{}</title>\n<desc>Contour lines; lengths in {}, y upwards</desc>\n"
-      "<g transform=\"scale(1,-1)\" fill=\"none\" stroke-width=\"1.2\" stroke-linejoin=\"round\">\n",
-      width * scale, height * scale, sheet.left, -sheet.top, width, height, XmlEscaped(sheet.title), sheet.unit);
+      "<g transform=\"scale(1,-1)\" fill=\"none\" stroke-width=\"{:.6g}\" stroke-linejoin=\"round\">\n",
+      width * scale, height * scale, sheet.left, -sheet.top, width, height, XmlEscaped(sheet.title),
+      sheet.unit, kLineWidth / scale);
   const Out out = std::back_inserter(text);
   for (std::size_t k = 0; k < sheet.levels.size(); ++k) {
     const ContourLevel& level = sheet.levels[k];
     // The lightest colours do not show on paper.
-    const Colour c = ColourAt(0.8 * (static_cast<double>(k) + 0.5) / static_cast<double>(sheet.levels.size()));
+    const Colour c =
+        ColourAt(0.8 * (static_cast<double>(k) + 0.5) / static_cast<double>(sheet.levels.size()));
     fmt::format_to(out, "<g id=\"level-{}\" data-height=\"{}\" stroke=\"#{:02x}{:02x}{:02x}\">\n", k + 1,
                    level.height, c[0], c[1], c[2]);
     for (const ContourLine& line : level.lines) {
       const char* command = "M";
-      text += "<path vector-effect=\"non-scaling-stroke\" d=\"";
+      text += "<path d=\"";
       for (const auto& [x, y] : line.points) {
         fmt::format_to(out, "{}{:.9g} {:.9g}", command, x, y);
         command = "L";

@@ -76,10 +76,9 @@ class Network {
   }
 
   Index FreeEnds(Index node) const {
-    return static_cast<Index>(
-        std::count_if(ends_.begin() + static_cast<std::ptrdiff_t>(first_[node]),
-                      ends_.begin() + static_cast<std::ptrdiff_t>(first_[node + 1]),
-                      [this](Index edge) { return !used_[edge]; }));
+    return static_cast<Index>(std::count_if(ends_.begin() + static_cast<std::ptrdiff_t>(first_[node]),
+                                            ends_.begin() + static_cast<std::ptrdiff_t>(first_[node + 1]),
+                                            [this](Index edge) { return !used_[edge]; }));
   }
 
   /// The first unused edge at a node; edges_.size() where there is none.
@@ -139,8 +138,8 @@ ContourLevel ContoursAt(const HeightMap& map, float height) {
   std::vector<float> room(std::size_t{16} * static_cast<std::size_t>(map.width) * kRowsAtOnce);
   for (int row = 0; row + 1 < map.height; row += kRowsAtOnce) {
     const int rows = std::min(kRowsAtOnce, map.height - 1 - row);
-    const int count = ComputeContoursf(map.heights.data() + std::ptrdiff_t{row} * map.width, map.width, rows + 1,
-                                       x.data(), y.data() + row, height, room.data());
+    const int count = ComputeContoursf(map.heights.data() + std::ptrdiff_t{row} * map.width, map.width,
+                                       rows + 1, x.data(), y.data() + row, height, room.data());
     level.segments.insert(level.segments.end(), room.begin(), room.begin() + 4 * std::ptrdiff_t{count});
   }
   level.lines = JoinSegments(level.segments);

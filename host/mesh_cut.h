@@ -41,9 +41,9 @@ class MeshCut {
   void Send(std::size_t first, std::size_t count) const;
 
   CutPlane plane_;
-  Point middle_;                  ///< of the mesh, which is drawn around the origin
-  double reach_;                  ///< no corner lies farther from the middle
-  std::vector<double> corners_;   ///< nine per triangle
+  Point middle_;                 ///< of the mesh, which is drawn around the origin
+  double reach_;                 ///< no corner lies farther from the middle
+  std::vector<double> corners_;  ///< nine per triangle
 };
 
 }  // namespace qv3d

@@ -1,9 +1,10 @@
 // qv3d contour: lines of equal height.
-#include <GL/gl.h>
 #include <QV_3D.h>
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
+
+#include <GL/gl.h>
 
 #include "commands/options.h"
 #include "contour_files.h"
@@ -187,13 +188,16 @@ void AddContour(CLI::App& app, Invocation& invocation) {
       command.add_option("--levels", options->levels, "About so many lines, at round heights")
           ->capture_default_str()
           ->check(CLI::Range(1, 1000));
-  command.add_option("--at", options->heights, "Lines at these heights, as in -0.1,0,0.1, in the unit of the file")
+  command
+      .add_option("--at", options->heights,
+                  "Lines at these heights, as in -0.1,0,0.1, in the unit of the file")
       ->delimiter(',')
       ->excludes(levels);
   command.add_option("-o,--output", options->outputs,
                      "What to write: .svg or .dxf (joined lines by level, in the unit of the file), .csv "
                      "(segments) or .png (the lines over the map); may be given several times");
-  command.add_flag("--perspective", options->perspective, "In the picture draw the surface in space, not its map");
+  command.add_flag("--perspective", options->perspective,
+                   "In the picture draw the surface in space, not its map");
   AddSizeOption(command, options->picture);
   AddBackend(command, options->backend);
   OnCommand(command, invocation, options, RunContour);

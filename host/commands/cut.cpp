@@ -63,7 +63,8 @@ std::string Directions(const CutPlane& plane) {
   std::string text;
   for (const auto& [direction, letter] : {std::pair(plane.right, "u"), std::pair(plane.up, "v")}) {
     if (AxisOf(direction, "") != "") continue;
-    text += fmt::format("; {} along ({:.3g}, {:.3g}, {:.3g})", letter, direction[0], direction[1], direction[2]);
+    text += fmt::format("{}{} along ({:.3g}, {:.3g}, {:.3g})", text.empty() ? "" : ", ", letter, direction[0],
+                        direction[1], direction[2]);
   }
   return text;
 }
@@ -110,7 +111,8 @@ struct Box {
 FrameAxes FrameOf(const CutOptions& options, const CutPlane& plane, const Box& box) {
   constexpr double kRoom = 1.1;
   const int u = TextSize(options.width, options.height);
-  const double areaWidth = std::max(8, options.width - 10 * u), areaHeight = std::max(8, options.height - 13 * u);
+  const double areaWidth = std::max(8, options.width - 10 * u),
+               areaHeight = std::max(8, options.height - 13 * u);
   const double least = 1e-6 * std::max(box.right - box.left, box.top - box.bottom);
   const double width = kRoom * std::max(box.right - box.left, least);
   const double height = kRoom * std::max(box.top - box.bottom, least);
@@ -152,7 +154,8 @@ bool WritePicture(const CutOptions& options, const OffscreenContext& context, co
   ImageCanvas canvas(image);
   canvas.Text(2 * u, 2 * u + u / 2, fmt::format("{}: cut", options.file.filename().string()), 3 * u / 2, kInk,
               Align::kLeft);
-  canvas.Text(2 * u, 4 * u + u / 4, fmt::format("{}; {}{}", NameOf(options), facts, Directions(plane)), u, kQuiet, Align::kLeft);
+  canvas.Text(2 * u, 4 * u + u / 4, fmt::format("{}; {}", NameOf(options), facts), u, kQuiet, Align::kLeft);
+  canvas.Text(2 * u, 5 * u + 3 * u / 4, Directions(plane), u, kQuiet, Align::kLeft);
   image.FillRectangle(frame.x - 1, frame.y - 1, frame.width + 2, frame.height + 2, kQuiet);
   image.Paste(Outline(context, cut, frame, u), frame.x, frame.y);
   DrawFrameAxes(canvas, frame, u);
@@ -161,30 +164,29 @@ bool WritePicture(const CutOptions& options, const OffscreenContext& context, co
 }
 
 [[noreturn]] void RefuseMiss(const CutOptions& options, const Bounds& b) {
-  throw Failure(ExitCode::kNotComputable, fmt::format("the plane {} does not cut the mesh", NameOf(options)),
-                fmt::format("The mesh spans x {:g} to {:g}, y {:g} to {:g}, z {:g} to {:g}; faces that lie in the "
-                            "plane are not cut.",
-                            b.min[0], b.max[0], b.min[1], b.max[1], b.min[2], b.max[2]));
+  throw Failure(
+      ExitCode::kNotComputable, fmt::format("the plane {} does not cut the mesh", NameOf(options)),
+      fmt::format("The mesh spans x {:g} to {:g}, y {:g} to {:g}, z {:g} to {:g}; faces that lie in the "
+                  "plane are not cut.",
+                  b.min[0], b.max[0], b.min[1], b.max[1], b.min[2], b.max[2]));
 }
 
 void PrintJson(const CutOptions& options, const CutPlane& plane, const std::vector<CutPiece>& pieces,
                double length, const Box& box, const char* context) {
-  const Json json = {{"file", options.file.string()},
-                     {"unit", options.unit},
-                     {"plane",
-                      {{"normal", plane.normal},
-                       {"offset", plane.offset},
-                       {"right", plane.right},
-                       {"up", plane.up}}},
-                     {"segments", pieces.size()},
-                     {"length", length},
-                     {"horizontal", {box.left, box.right}},
-                     {"vertical", {box.bottom, box.top}},
-                     {"picture",
-                      {{"file", options.output.string()},
-                       {"width", options.width},
-                       {"height", options.height},
-                       {"context", context}}}};
+  const Json json = {
+      {"file", options.file.string()},
+      {"unit", options.unit},
+      {"plane",
+       {{"normal", plane.normal}, {"offset", plane.offset}, {"right", plane.right}, {"up", plane.up}}},
+      {"segments", pieces.size()},
+      {"length", length},
+      {"horizontal", {box.left, box.right}},
+      {"vertical", {box.bottom, box.top}},
+      {"picture",
+       {{"file", options.output.string()},
+        {"width", options.width},
+        {"height", options.height},
+        {"context", context}}}};
   fmt::print("{}\n", json.dump(2));
 }
 
@@ -206,8 +208,8 @@ void RunCut(const CutOptions& options) {
   double length = 0;
   for (const CutPiece& p : pieces) length += std::hypot(p.x2 - p.x1, p.y2 - p.y1);
   const Box box(pieces);
-  const std::string facts = fmt::format("{} segments, {:.6g} {} long together", pieces.size(), length,
-                                        UnitName(options.unit));
+  const std::string facts =
+      fmt::format("{} segments, {:.6g} {} long together", pieces.size(), length, UnitName(options.unit));
   const bool hasText = WritePicture(options, *context, cut, plane, box, facts);
   progress.Finish();
   if (!hasText) fmt::print(stderr, kNoTextWarning);
@@ -225,7 +227,8 @@ void AddCut(CLI::App& app, Invocation& invocation) {
   const auto options = std::make_shared<CutOptions>();
   AddFileAndUnit(command, options->file, options->unit, "An STL file, binary or ASCII");
   AddOutputOptions(command, options->json, options->quiet);
-  CLI::Option_group* const place = command.add_option_group("Plane", "Which plane, one of these, in the unit of the file");
+  CLI::Option_group* const place =
+      command.add_option_group("Plane", "Which plane, one of these, in the unit of the file");
   place->add_option("--plane", options->plane, "The points with a*x + b*y + c*z = d")
       ->delimiter(',')
       ->expected(4)

@@ -47,10 +47,11 @@ SectionRequest RequestOf(const SectionOptions& options, const HeightMap& map) {
   // A position that was read from a rounded number may lie a little outside.
   constexpr double kSlack = 1e-6;
   if (request.line < -kSlack * last || request.line > last * (1 + kSlack)) {
-    throw Failure(ExitCode::kUsage,
-                  fmt::format("the section lies outside of the map, which has {} 0 to {} at {} = {:.6g} to {:.6g}",
-                              request.alongX ? "rows" : "columns", last, request.alongX ? "y" : "x", first,
-                              first + last * spacing));
+    throw Failure(
+        ExitCode::kUsage,
+        fmt::format("the section lies outside of the map, which has {} 0 to {} at {} = {:.6g} to {:.6g}",
+                    request.alongX ? "rows" : "columns", last, request.alongX ? "y" : "x", first,
+                    first + last * spacing));
   }
   request.line = std::clamp(request.line, 0.0, double(last));
   return request;
@@ -61,9 +62,9 @@ std::string Place(const SectionOptions& options, const HeightMap& map, const Sec
   const double first = request.alongX ? map.y0 : map.x0;
   const double spacing = request.alongX ? map.SpacingY() : map.SpacingX();
   const double extent = std::max(map.xSize, map.ySize);
-  std::string text = fmt::format("{} {:.6g}, {} = {}", request.alongX ? "row" : "column", request.line,
-                                 request.alongX ? "y" : "x",
-                                 FormatLength(first + request.line * spacing, HandyUnit(options.import.unit, extent)));
+  std::string text = fmt::format(
+      "{} {:.6g}, {} = {}", request.alongX ? "row" : "column", request.line, request.alongX ? "y" : "x",
+      FormatLength(first + request.line * spacing, HandyUnit(options.import.unit, extent)));
   if (request.band > 1) {
     const auto* const mode = std::find_if(kModes.begin(), kModes.end(), [&](const auto& m) {
                                return m.second == request.mode;
@@ -135,15 +136,15 @@ void PrintJson(const SectionOptions& options, const LoadedMap& loaded, const Sec
                const Profile& profile, const ProfileStatistics& s) {
   const HeightMap& map = loaded.map;
   Json json = JsonOfSource(options.import, loaded);
-  json["section"] = {
-      {"along", request.alongX ? "x" : "y"},
-      {"line", request.line},
-      {"at", request.alongX ? map.y0 + request.line * map.SpacingY() : map.x0 + request.line * map.SpacingX()},
-      {"band", request.band},
-      {"samples", profile.heights.size()},
-      {"missing", std::count_if(profile.heights.begin(), profile.heights.end(), IsMissing)}};
-  json["statistics"] = {{"Pa", ShortNumber(s.pa)},   {"Pq", ShortNumber(s.pq)},   {"Pp", ShortNumber(s.pp)},
-                        {"Pv", ShortNumber(s.pv)},   {"Pt", ShortNumber(s.pt)},   {"Psk", ShortNumber(s.psk)},
+  json["section"] = {{"along", request.alongX ? "x" : "y"},
+                     {"line", request.line},
+                     {"at", request.alongX ? map.y0 + request.line * map.SpacingY()
+                                           : map.x0 + request.line * map.SpacingX()},
+                     {"band", request.band},
+                     {"samples", profile.heights.size()},
+                     {"missing", std::count_if(profile.heights.begin(), profile.heights.end(), IsMissing)}};
+  json["statistics"] = {{"Pa", ShortNumber(s.pa)},  {"Pq", ShortNumber(s.pq)}, {"Pp", ShortNumber(s.pp)},
+                        {"Pv", ShortNumber(s.pv)},  {"Pt", ShortNumber(s.pt)}, {"Psk", ShortNumber(s.psk)},
                         {"Pku", ShortNumber(s.pku)}};
   json["written"] = Json::array();
   for (const std::filesystem::path& output : options.outputs) json["written"].push_back(output.string());
@@ -195,8 +196,10 @@ void RunSection(const SectionOptions& options) {
 void AddPlaceOptions(CLI::App& command, SectionOptions& options) {
   CLI::Option_group* const place = command.add_option_group("Place", "Where to cut, one of these");
   place->add_option("--row", options.row, "Row, from 0 at the lowest y")->check(CLI::NonNegativeNumber);
-  place->add_option("--column", options.column, "Column, from 0 at the lowest x")->check(CLI::NonNegativeNumber);
-  place->add_option("--y", options.y, "Along x at this y, in the unit of the file; between two rows interpolated");
+  place->add_option("--column", options.column, "Column, from 0 at the lowest x")
+      ->check(CLI::NonNegativeNumber);
+  place->add_option("--y", options.y,
+                    "Along x at this y, in the unit of the file; between two rows interpolated");
   place->add_option("--x", options.x, "Along y at this x");
   place->require_option(1);
   command.add_option("--band", options.band, "Take so many rows or columns together")
@@ -215,9 +218,10 @@ void AddSection(CLI::App& app, Invocation& invocation) {
   AddSurfaceOptions(command, options->import);
   AddLevelOption(command, options->import);
   AddPlaceOptions(command, *options);
-  command.add_option("-o,--output", options->outputs,
-                     "What to write: .csv (position and height, in the unit of the file), .png or .svg (a plot); "
-                     "may be given several times");
+  command.add_option(
+      "-o,--output", options->outputs,
+      "What to write: .csv (position and height, in the unit of the file), .png or .svg (a plot); "
+      "may be given several times");
   AddSizeOption(command, options->width, options->height);
   OnCommand(command, invocation, options, RunSection);
 }

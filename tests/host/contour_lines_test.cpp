@@ -94,8 +94,7 @@ HeightMap MapOf(int width, int height, double spacing, double (*function)(double
 }
 
 TEST(ContoursAt, ConeAcrossStrips_GivesOneClosedCircle) {
-  const HeightMap map =
-      MapOf(200, 300, 0.05, [](double x, double y) { return std::hypot(x - 8, y - 5.5); });
+  const HeightMap map = MapOf(200, 300, 0.05, [](double x, double y) { return std::hypot(x - 8, y - 5.5); });
   for (const float radius : {0.5f, 1.7f, 4.2f}) {
     const ContourLevel level = ContoursAt(map, radius);
     ASSERT_EQ(level.lines.size(), 1u);
@@ -114,7 +113,8 @@ TEST(ContoursAt, AnySurface_LinesEndOnlyAtTheRim) {
   EXPECT_GT(level.lines.size(), 100u);
   const auto isAtRim = [&map](const std::array<float, 2>& p) {
     const auto is = [](float a, double b) { return std::abs(a - b) < 1e-5; };
-    return is(p[0], map.x0) || is(p[0], map.x0 + map.xSize) || is(p[1], map.y0) || is(p[1], map.y0 + map.ySize);
+    return is(p[0], map.x0) || is(p[0], map.x0 + map.xSize) || is(p[1], map.y0) ||
+           is(p[1], map.y0 + map.ySize);
   };
   for (const ContourLine& line : level.lines) {
     EXPECT_TRUE(line.closed || (isAtRim(line.points.front()) && isAtRim(line.points.back())));

@@ -26,11 +26,13 @@ HeightMap Random(int width, int height) {
 }
 
 TEST(ProfileOf, EveryRowAndColumn_IsItself) {
-  for (const auto& [width, height] : {std::pair(37, 53), std::pair(1000, 3), std::pair(3, 997), std::pair(2, 2)}) {
+  for (const auto& [width, height] :
+       {std::pair(37, 53), std::pair(1000, 3), std::pair(3, 997), std::pair(2, 2)}) {
     const HeightMap map = Random(width, height);
     for (int row = 0; row < height; ++row) {
       const Profile profile = ProfileOf(map, {true, double(row)});
-      for (int i = 0; i < width; ++i) ASSERT_NEAR(profile.heights[static_cast<std::size_t>(i)], map.At(i, row), 0.01);
+      for (int i = 0; i < width; ++i)
+        ASSERT_NEAR(profile.heights[static_cast<std::size_t>(i)], map.At(i, row), 0.01);
       EXPECT_DOUBLE_EQ(profile.positions[0], 2);
       EXPECT_DOUBLE_EQ(profile.positions[1], 3);
     }
@@ -48,7 +50,8 @@ TEST(ProfileOf, BetweenTwoRows_IsInterpolated) {
   const HeightMap map = Random(10, 12);
   const Profile profile = ProfileOf(map, {true, 4.25});
   for (int i = 0; i < 10; ++i) {
-    EXPECT_NEAR(profile.heights[static_cast<std::size_t>(i)], 0.75 * map.At(i, 4) + 0.25 * map.At(i, 5), 1e-3);
+    EXPECT_NEAR(profile.heights[static_cast<std::size_t>(i)], 0.75 * map.At(i, 4) + 0.25 * map.At(i, 5),
+                1e-3);
   }
 }
 
@@ -57,7 +60,8 @@ TEST(ProfileOf, MissingSamples_StayMissingAndTheNeighboursDoNotMatter) {
   for (int i = 0; i < 20; ++i) map.heights[static_cast<std::size_t>(6 * 20 + i)] = float{QV_BAD_SAMPLE};
   for (const int row : {5, 7}) {
     const Profile profile = ProfileOf(map, {true, double(row)});
-    for (int i = 0; i < 20; ++i) EXPECT_NEAR(profile.heights[static_cast<std::size_t>(i)], map.At(i, row), 1e-3);
+    for (int i = 0; i < 20; ++i)
+      EXPECT_NEAR(profile.heights[static_cast<std::size_t>(i)], map.At(i, row), 1e-3);
   }
   for (const float h : ProfileOf(map, {true, 6}).heights) EXPECT_EQ(h, float{QV_BAD_SAMPLE});
   EXPECT_EQ(ProfileOf(map, {false, 3}).heights[6], float{QV_BAD_SAMPLE});

@@ -1,6 +1,4 @@
 // Spectra, autocorrelation and frequency filters as the host uses them, against slow sums.
-#include "spectrum.h"
-
 #include <QV_3D.h>
 #include <cmath>
 #include <complex>
@@ -11,6 +9,7 @@
 #include "correlation.h"
 #include "failure.h"
 #include "frequency_filter.h"
+#include "spectrum.h"
 #include "whole_map.h"
 
 namespace qv3d {
@@ -95,9 +94,9 @@ TEST(DominantWave, FlatMap_HasNone) {
 TEST(RadialAverage, Sine_PeaksAtItsFrequencyAndAllTermsAreCounted) {
   const HeightMap map = Sine(256, 128, 0.01, 0.08, 33, 1);
   const auto rings = RadialAverage(AmplitudesOf(map));
-  const auto peak = std::max_element(rings.begin(), rings.end(), [](const RadialTerm& a, const RadialTerm& b) {
-    return a.amplitude < b.amplitude;
-  });
+  const auto peak =
+      std::max_element(rings.begin(), rings.end(),
+                       [](const RadialTerm& a, const RadialTerm& b) { return a.amplitude < b.amplitude; });
   EXPECT_NEAR(peak->frequency, 1 / 0.08, 0.8);
   EXPECT_NEAR(rings.back().frequency, 50, 0.01);
   EXPECT_EQ(rings.size(), 64u);
@@ -216,7 +215,8 @@ TEST(FilterByFrequency, IdealCutoff_HoldsAlongTheAxesAndIsToldForDiagonals) {
   const HeightMap any = Sine(512, 512, 0.01, 0.25, 0, 1);
   const Cutoffs cutoffs = FilterByFrequency(any, filter).cutoffs;
   EXPECT_NEAR(cutoffs.x, 0.25, 1e-9);
-  for (const auto& [degrees, cutoff] : {std::pair(0.0, cutoffs.x), std::pair(90.0, cutoffs.y), std::pair(45.0, cutoffs.diagonal)}) {
+  for (const auto& [degrees, cutoff] :
+       {std::pair(0.0, cutoffs.x), std::pair(90.0, cutoffs.y), std::pair(45.0, cutoffs.diagonal)}) {
     EXPECT_GT(Transmission(Sine(512, 512, 0.01, cutoff * 1.1, degrees, 1), filter), 0.9) << degrees;
     EXPECT_LT(Transmission(Sine(512, 512, 0.01, cutoff * 0.9, degrees, 1), filter), 0.1) << degrees;
   }
