@@ -79,6 +79,7 @@ class Composer {
     const int factor = Supersampling(layout_.width, layout_.height);
     Framebuffer framebuffer(context_, layout_.width * factor, layout_.height * factor);
     DrawPerspective(surface_, camera, scene);
+    if (options_.overlay) options_.overlay(surface_);
     PasteOver(image_, Downsample(framebuffer.Read(), factor), Downsample(framebuffer.ReadCoverage(), factor));
     if (options_.bare) return;
     DrawFloorScales(camera);
@@ -90,6 +91,7 @@ class Composer {
     const int factor = Supersampling(width, height);
     Framebuffer framebuffer(context_, width * factor, height * factor);
     DrawMap(surface_, options_);
+    if (options_.overlay) options_.overlay(surface_);
     if (!options_.bare) image_.FillRectangle(x - 1, y - 1, width + 2, height + 2, kQuiet);
     image_.Paste(Downsample(framebuffer.Read(), factor), x, y);
     if (!options_.bare) DrawMapScales(x, y, width, height);

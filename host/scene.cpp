@@ -193,6 +193,9 @@ void DrawPerspective(const Surface& surface, const Camera& camera, const SceneOp
   const Scene scene = SceneOf(surface, options, camera);
   ClearWith(kBackground[0], kBackground[1], kBackground[2], 0);
   glEnable(GL_DEPTH_TEST);
+  // Room between the surface and lines that are drawn on it.
+  glEnable(GL_POLYGON_OFFSET_FILL);
+  glPolygonOffset(1, 2);
   glShadeModel(GL_SMOOTH);
   glMatrixMode(GL_PROJECTION);
   glLoadMatrixd(camera.projection().data());

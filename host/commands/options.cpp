@@ -76,9 +76,13 @@ void AddUnitOption(CLI::App& command, std::string& unit) {
       ->check(CheckUnit);
 }
 
+void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit, const char* what) {
+  command.add_option("FILE", file, what)->required();
+  AddUnitOption(command, unit);
+}
+
 void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
-  command.add_option("FILE", options.file, what)->required();
-  AddUnitOption(command, options.unit);
+  AddFileAndUnit(command, options.file, options.unit, what);
   AddLimits(command, options.limits);
   AddOutputOptions(command, options.json, options.quiet);
 }

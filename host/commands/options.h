@@ -18,6 +18,9 @@ void AddLimits(CLI::App& command, ChildLimits& limits);
 void AddUnitOption(CLI::App& command, std::string& unit);
 void AddOutputOptions(CLI::App& command, bool& json, bool& quiet);
 
+/// FILE and the unit of its numbers.
+void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit, const char* what);
+
 /// FILE, its unit, the limits of the import, --json and --quiet. `what` says which files may be given.
 void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what);
 
