@@ -49,6 +49,8 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddMesh2Grid(app, invocation);
   AddRender(app, invocation);
   AddFilter(app, invocation);
+  AddRoundness(app, invocation);
+  AddResample(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

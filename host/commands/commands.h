@@ -21,5 +21,7 @@ void AddInfo(CLI::App& app, Invocation& invocation);
 void AddStats(CLI::App& app, Invocation& invocation);
 void AddMesh2Grid(CLI::App& app, Invocation& invocation);
 void AddRender(CLI::App& app, Invocation& invocation);
+void AddResample(CLI::App& app, Invocation& invocation);
+void AddRoundness(CLI::App& app, Invocation& invocation);
 
 }  // namespace qv3d

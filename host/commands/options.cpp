@@ -73,13 +73,17 @@ void AddOutputOptions(CLI::App& command, bool& json, bool& quiet) {
   command.add_flag("-q,--quiet", quiet, "No progress on the standard error stream");
 }
 
-void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
+void AddPlainFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
   command.add_option("FILE", options.file, what)->required();
   command.add_option("--unit", options.unit, "Unit of the file's numbers: m, mm, um, nm or in")
       ->capture_default_str()
       ->check(CheckUnit);
-  AddLimits(command, options.limits);
   AddOutputOptions(command, options.json, options.quiet);
+}
+
+void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
+  AddPlainFileOptions(command, options, what);
+  AddLimits(command, options.limits);
 }
 
 void AddSurfaceOptions(CLI::App& command, ImportOptions& options) {
