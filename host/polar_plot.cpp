@@ -33,8 +33,8 @@ class PolarPainter {
   void Draw() {
     const int u = unit_;
     canvas_.Fill(0, 0, plot_.width, plot_.height, kPaper);
-    canvas_.Text(2 * u, 2 * u + u / 2, plot_.title, 3 * u / 2, kInk);
-    canvas_.Text(2 * u, 4 * u + u / 4, plot_.subtitle, u, kQuiet);
+    canvas_.Text(2.0 * u, 2.5 * u, plot_.title, 3 * u / 2, kInk);
+    canvas_.Text(2.0 * u, 4.25 * u, plot_.subtitle, u, kQuiet);
     DrawSpokes();
     DrawRings();
     DrawRingLabels();

@@ -139,6 +139,13 @@ void RunRoundness(const RoundnessOptions& options) {
                   fmt::format("{}: the plot must end in .png or .svg", options.output.string()));
   }
   const RoundResult result = Evaluate(options);
+  constexpr double kSettled = 4;
+  if (options.filter != RoundFilter::kGaussian && options.cutoff < kSettled) {
+    fmt::print(
+        stderr,
+        "qv3d: warning: with a cut-off below {:g} UPR this filter has not settled when the profile begins.\n",
+        kSettled);
+  }
   WritePicture(options, result);
   if (!options.csv.empty()) WriteCsv(options, result);
   if (options.import.json) {

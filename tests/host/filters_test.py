@@ -281,6 +281,8 @@ class Roundness(FilterTest):
             with open(self.path("plot.svg"), encoding="utf-8") as file:
                 text = file.read()
             self.assertIn("RONt 1.5 µm", text)
+            self.assertNotIn("settled", self.run_program("roundness", "round.csv", option, "-o", "plot.svg").stderr)
+            self.assertIn("settled", self.run_program("roundness", "round.csv", option, "--cutoff", "3", "-o", "p.svg").stderr)
             self.assertTrue(text.rstrip().endswith("</svg>"))
 
     def test_plot_shows_both_profiles_round_the_circle(self):
