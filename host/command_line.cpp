@@ -58,6 +58,8 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddContour(app, invocation);
   AddSection(app, invocation);
   AddCut(app, invocation);
+  AddRoundness(app, invocation);
+  AddResample(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

@@ -81,10 +81,14 @@ void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string&
   AddUnitOption(command, unit);
 }
 
-void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
+void AddPlainFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
   AddFileAndUnit(command, options.file, options.unit, what);
-  AddLimits(command, options.limits);
   AddOutputOptions(command, options.json, options.quiet);
+}
+
+void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
+  AddPlainFileOptions(command, options, what);
+  AddLimits(command, options.limits);
 }
 
 void AddSurfaceOptions(CLI::App& command, ImportOptions& options) {
