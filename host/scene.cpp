@@ -117,7 +117,7 @@ Scene SceneOf(const Surface& surface, const SceneOptions& options, const Camera&
   // Lines are as thick in a large picture as in a small one, for their size, but there are fewer in a small
   // one.
   constexpr float kHeightOfLine = 900;
-  constexpr int kApart = 18, kFewest = 20, kMost = 70;
+  constexpr int kApart = 13, kFewest = 20, kMost = 70;
   GLint viewport[4];
   glGetIntegerv(GL_VIEWPORT, viewport);
   return {surface, options, camera, std::max(1.0f, static_cast<float>(viewport[3]) / kHeightOfLine),
