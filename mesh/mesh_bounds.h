@@ -14,6 +14,10 @@ struct MeshBounds {
   float maximum[3] = {-1e10F, -1e10F, -1e10F};
 
   void Widen(const Triangle* triangles, std::size_t count);
+
+  /// Copies triangles that begin every `pitch` bytes, and widens by them on the way. Four bytes behind the
+  /// last one are read too.
+  void WidenCopying(const char* from, std::size_t pitch, Triangle* to, std::size_t count);
 };
 
 }  // namespace qv::mesh
