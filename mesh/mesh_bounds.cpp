@@ -13,18 +13,20 @@ using Floats = float __attribute__((vector_size(16)));
 struct Extremes {
   Floats low[3];
   Floats high[3];
+
+  void Include(std::size_t part, const void* coordinates) {
+    Floats v;
+    std::memcpy(&v, coordinates, sizeof v);
+    low[part] = v < low[part] ? v : low[part];
+    high[part] = v > high[part] ? v : high[part];
+  }
 };
 
 /// Widens by `count` coordinates, a multiple of kLanes.
 void WidenLanes(const float* coordinates, std::size_t count, Extremes* extremes) {
   Extremes found = *extremes;
   for (std::size_t i = 0; i < count; i += kLanes) {
-    for (std::size_t part = 0; part < 3; ++part) {
-      Floats v;
-      std::memcpy(&v, coordinates + i + 4 * part, sizeof v);
-      found.low[part] = v < found.low[part] ? v : found.low[part];
-      found.high[part] = v > found.high[part] ? v : found.high[part];
-    }
+    for (std::size_t part = 0; part < 3; ++part) found.Include(part, coordinates + i + 4 * part);
   }
   *extremes = found;
 }
@@ -46,6 +48,14 @@ void RestoreFirstZero(const float* coordinates, std::size_t count, std::size_t a
       *extreme = coordinates[i];
       return;
     }
+  }
+}
+
+void RestoreFirstZeros(const float* coordinates, std::size_t count, const MeshBounds& before,
+                       MeshBounds* bounds) {
+  for (std::size_t axis = 0; axis < kAxes; ++axis) {
+    RestoreFirstZero(coordinates, count, axis, before.minimum[axis], &bounds->minimum[axis]);
+    RestoreFirstZero(coordinates, count, axis, before.maximum[axis], &bounds->maximum[axis]);
   }
 }
 
@@ -77,10 +87,26 @@ void MeshBounds::Widen(const Vertex* vertices, std::size_t count) {
     Lower(coordinates[i], &minimum[i % kAxes]);
     Raise(coordinates[i], &maximum[i % kAxes]);
   }
-  for (std::size_t axis = 0; axis < kAxes; ++axis) {
-    RestoreFirstZero(coordinates, coordinateCount, axis, before.minimum[axis], &minimum[axis]);
-    RestoreFirstZero(coordinates, coordinateCount, axis, before.maximum[axis], &maximum[axis]);
+  RestoreFirstZeros(coordinates, coordinateCount, before, this);
+}
+
+void MeshBounds::WidenCopying(const char* from, std::size_t pitch, Triangle* to, std::size_t count) {
+  const MeshBounds before = *this;
+  // A vertex per vector; the fourth lane is whatever follows it.
+  const Floats low = {minimum[0], minimum[1], minimum[2], 0}, high = {maximum[0], maximum[1], maximum[2], 0};
+  Extremes found = {{low, low, low}, {high, high, high}};
+  for (std::size_t i = 0; i < count; ++i, from += pitch) {
+    std::memcpy(to + i, from, sizeof(Triangle));
+    for (std::size_t vertex = 0; vertex < 3; ++vertex) found.Include(vertex, from + vertex * sizeof(Vertex));
   }
+  for (std::size_t vertex = 0; vertex < 3; ++vertex) {
+    for (std::size_t axis = 0; axis < kAxes; ++axis) {
+      Lower(found.low[vertex][axis], &minimum[axis]);
+      Raise(found.high[vertex][axis], &maximum[axis]);
+    }
+  }
+  RestoreFirstZeros(reinterpret_cast<const float*>(to), count * (sizeof(Triangle) / sizeof(float)), before,
+                    this);
 }
 
 }  // namespace qv::mesh

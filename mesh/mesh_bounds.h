@@ -17,6 +17,10 @@ struct MeshBounds {
   void Widen(const Triangle* triangles, std::size_t count) {
     Widen(reinterpret_cast<const Vertex*>(triangles), 3 * count);
   }
+
+  /// Copies triangles that begin every `pitch` bytes, and widens by them on the way. Four bytes behind the
+  /// last one are read too.
+  void WidenCopying(const char* from, std::size_t pitch, Triangle* to, std::size_t count);
 };
 
 }  // namespace qv::mesh

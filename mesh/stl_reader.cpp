@@ -52,10 +52,8 @@ bool TakeWholeRecords(BlockReader& reader, std::size_t wanted, Triangles* triang
   const std::size_t count = std::min(wanted, reader.Available() / kRecordBytes);
   Triangle* added = triangles->Extend(count);
   if (added == nullptr) return false;
-  const char* vertices = reader.Cursor() + kNormalBytes;
-  for (std::size_t i = 0; i < count; ++i)
-    std::memcpy(added + i, vertices + i * kRecordBytes, sizeof(Triangle));
-  stl.StlBounds.Widen(added, count);  // here, while they are in the cache
+  static_assert(kRecordBytes - kNormalBytes + BlockReader::kPadding >= sizeof(Triangle) + sizeof(float));
+  stl.StlBounds.WidenCopying(reader.Cursor() + kNormalBytes, kRecordBytes, added, count);
   reader.ConsumeTo(reader.Cursor() + count * kRecordBytes);
   return true;
 }
