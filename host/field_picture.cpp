@@ -82,11 +82,11 @@ class FieldPainter {
     canvas_.Fill(x - 1, y_ - 1, width + 2, height_ + 2, kQuiet);
     for (int row = 0; row < height_; ++row)
       canvas_.Fill(x, y_ + row, width, 1, ColourAt(1 - row / (height_ - 1.0)));
-    canvas_.Text(x, y_ - u + u / 4, field_.valueName, u, kQuiet, Align::kLeft);
+    canvas_.Text(x, y_ - 0.75 * u, field_.valueName, u, kQuiet, Align::kLeft);
     for (const Tick& tick : LinearTicks(field_.low, field_.high, std::clamp(height_ / (3 * u), 1, 8))) {
       const double at = y_ + (field_.high - tick.value) / (field_.high - field_.low) * (height_ - 1);
-      canvas_.Fill(x + width + 1, std::round(at), u / 2, 1, kQuiet);
-      canvas_.Text(x + width + u, at + u / 3, tick.label, u, kInk, Align::kLeft);
+      canvas_.Fill(x + width + 1, std::round(at), u / 2.0, 1, kQuiet);
+      canvas_.Text(x + width + u, at + u / 3.0, tick.label, u, kInk, Align::kLeft);
     }
   }
 
@@ -101,8 +101,8 @@ class FieldPainter {
 
 void DrawFields(ImageCanvas& canvas, Image& image, const FieldPicture& picture) {
   const int u = TextSize(picture.width, picture.height);
-  canvas.Text(2 * u, 2 * u + u / 2, picture.title, 3 * u / 2, kInk, Align::kLeft);
-  canvas.Text(2 * u, 4 * u + u / 4, picture.subtitle, u, kQuiet, Align::kLeft);
+  canvas.Text(2 * u, 2.5 * u, picture.title, 3 * u / 2, kInk, Align::kLeft);
+  canvas.Text(2 * u, 4.25 * u, picture.subtitle, u, kQuiet, Align::kLeft);
   const double top = 5.5 * u, width = (picture.width - 2.0 * u) / static_cast<double>(picture.fields.size());
   double left = u;
   for (const Field& field : picture.fields) {

@@ -89,8 +89,8 @@ class PlotPainter {
 
   void DrawTitle() {
     const int u = unit_;
-    canvas_.Text(2 * u, 2 * u + u / 2, plot_.title, 3 * u / 2, kInk, Align::kLeft);
-    canvas_.Text(2 * u, 4 * u + u / 4, plot_.subtitle, u, kQuiet, Align::kLeft);
+    canvas_.Text(2 * u, 2.5 * u, plot_.title, 3 * u / 2, kInk, Align::kLeft);
+    canvas_.Text(2 * u, 4.25 * u, plot_.subtitle, u, kQuiet, Align::kLeft);
   }
 
   void DrawXAxis() {
@@ -99,10 +99,10 @@ class PlotPainter {
     for (const Tick& tick : x_.Ticks(10)) {
       const double at = std::round(Column(tick.value));
       canvas_.Fill(at, top_, 1, height_, kFaint);
-      canvas_.Fill(at, bottom, 1, u / 2, kQuiet);
-      canvas_.Text(at, bottom + 3 * u / 2 + u / 4, tick.label, u, kInk, Align::kCentre);
+      canvas_.Fill(at, bottom, 1, u / 2.0, kQuiet);
+      canvas_.Text(at, bottom + 1.75 * u, tick.label, u, kInk, Align::kCentre);
     }
-    canvas_.Text(left_ + width_ / 2, bottom + 3 * u + u / 2, plot_.x.name, u, kQuiet, Align::kCentre);
+    canvas_.Text(left_ + width_ / 2, bottom + 3.5 * u, plot_.x.name, u, kQuiet, Align::kCentre);
   }
 
   void DrawYAxis() {
@@ -110,8 +110,8 @@ class PlotPainter {
     for (const Tick& tick : yTicks_) {
       const double at = std::round(Row(tick.value));
       canvas_.Fill(left_, at, width_, 1, kFaint);
-      canvas_.Fill(left_ - u / 2, at, u / 2, 1, kQuiet);
-      canvas_.Text(left_ - u, at + u / 3, tick.label, u, kInk, Align::kRight);
+      canvas_.Fill(left_ - u / 2.0, at, u / 2.0, 1, kQuiet);
+      canvas_.Text(left_ - u, at + u / 3.0, tick.label, u, kInk, Align::kRight);
     }
     canvas_.Text(left_ - u, top_ - u, plot_.y.name, u, kQuiet, Align::kLeft);
   }

@@ -62,7 +62,7 @@ std::string AxisOf(const Point& direction, const char* otherwise) {
 std::string Directions(const CutPlane& plane) {
   std::string text;
   for (const auto& [direction, letter] : {std::pair(plane.right, "u"), std::pair(plane.up, "v")}) {
-    if (AxisOf(direction, "") != "") continue;
+    if (!AxisOf(direction, "").empty()) continue;
     text += fmt::format("{}{} along ({:.3g}, {:.3g}, {:.3g})", text.empty() ? "" : ", ", letter, direction[0],
                         direction[1], direction[2]);
   }
@@ -152,10 +152,10 @@ bool WritePicture(const CutOptions& options, const OffscreenContext& context, co
   FrameAxes frame = FrameOf(options, plane, box);
   Image image(options.width, options.height, kPaper);
   ImageCanvas canvas(image);
-  canvas.Text(2 * u, 2 * u + u / 2, fmt::format("{}: cut", options.file.filename().string()), 3 * u / 2, kInk,
+  canvas.Text(2 * u, 2.5 * u, fmt::format("{}: cut", options.file.filename().string()), 3 * u / 2, kInk,
               Align::kLeft);
-  canvas.Text(2 * u, 4 * u + u / 4, fmt::format("{}; {}", NameOf(options), facts), u, kQuiet, Align::kLeft);
-  canvas.Text(2 * u, 5 * u + 3 * u / 4, Directions(plane), u, kQuiet, Align::kLeft);
+  canvas.Text(2 * u, 4.25 * u, fmt::format("{}; {}", NameOf(options), facts), u, kQuiet, Align::kLeft);
+  canvas.Text(2 * u, 5.75 * u, Directions(plane), u, kQuiet, Align::kLeft);
   image.FillRectangle(frame.x - 1, frame.y - 1, frame.width + 2, frame.height + 2, kQuiet);
   image.Paste(Outline(context, cut, frame, u), frame.x, frame.y);
   DrawFrameAxes(canvas, frame, u);

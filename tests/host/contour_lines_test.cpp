@@ -124,7 +124,8 @@ TEST(ContoursAt, AnySurface_LinesEndOnlyAtTheRim) {
 
 TEST(ContoursAt, MissingSamples_LeaveAGap) {
   HeightMap map = MapOf(100, 100, 0.1, [](double x, double y) { return std::hypot(x - 8, y - 3); });
-  for (int j = 45; j < 55; ++j) map.heights[static_cast<std::size_t>(100 * j + 90)] = float{QV_BAD_SAMPLE};
+  for (int j = 45; j < 55; ++j)
+    map.heights[std::size_t{100} * static_cast<std::size_t>(j) + 90] = float{QV_BAD_SAMPLE};
   const ContourLevel level = ContoursAt(map, 4.02f);
   ASSERT_EQ(level.lines.size(), 1u);
   EXPECT_FALSE(level.lines[0].closed);

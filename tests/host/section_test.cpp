@@ -57,7 +57,8 @@ TEST(ProfileOf, BetweenTwoRows_IsInterpolated) {
 
 TEST(ProfileOf, MissingSamples_StayMissingAndTheNeighboursDoNotMatter) {
   HeightMap map = Random(20, 15);
-  for (int i = 0; i < 20; ++i) map.heights[static_cast<std::size_t>(6 * 20 + i)] = float{QV_BAD_SAMPLE};
+  for (int i = 0; i < 20; ++i)
+    map.heights[std::size_t{6 * 20} + static_cast<std::size_t>(i)] = float{QV_BAD_SAMPLE};
   for (const int row : {5, 7}) {
     const Profile profile = ProfileOf(map, {true, double(row)});
     for (int i = 0; i < 20; ++i)
@@ -96,7 +97,8 @@ TEST(ProfileOf, Bands_TakeSoManyLinesAround) {
 
 TEST(ProfileOf, BandWithoutSamples_IsMissing) {
   HeightMap map = Random(10, 10);
-  for (int j = 0; j < 10; ++j) map.heights[static_cast<std::size_t>(10 * j + 4)] = float{QV_BAD_SAMPLE};
+  for (int j = 0; j < 10; ++j)
+    map.heights[std::size_t{10} * static_cast<std::size_t>(j) + 4] = float{QV_BAD_SAMPLE};
   for (const BandMode mode : {BandMode::kHighest, BandMode::kMean, BandMode::kLowest}) {
     const Profile profile = ProfileOf(map, {true, 5, 3, mode});
     for (std::size_t k = 0; k < 10; ++k) EXPECT_EQ(IsMissing(profile.heights[k]), k == 4);

@@ -31,7 +31,8 @@ HeightMap Sine(int width, int height, double spacing, double wavelength, double 
   HeightMap map = Empty(width, height, spacing);
   const double a = degrees * kPi / 180;
   for (int k = 0; k < map.Count(); ++k) {
-    const double along = spacing * (k % width * std::cos(a) + k / width * std::sin(a));
+    const int column = k % width, row = k / width;
+    const double along = spacing * (column * std::cos(a) + row * std::sin(a));
     map.heights[static_cast<std::size_t>(k)] =
         static_cast<float>(amplitude * std::sin(2 * kPi * along / wavelength + 0.7));
   }
@@ -62,8 +63,8 @@ TEST(AmplitudesOf, SmallMaps_AreTheFourierSums) {
       for (int u = 0; u < s.columns; ++u) {
         std::complex<double> sum = 0;
         for (int k = 0; k < map.Count(); ++k) {
-          const double turns = double{1.0} * (u - s.columns / 2) * (k % width) / s.columns +
-                               double{1.0} * (v - s.rows / 2) * (k / width) / s.rows;
+          const int column = k % width, row = k / width, fx = u - s.columns / 2, fy = v - s.rows / 2;
+          const double turns = double{1.0} * fx * column / s.columns + double{1.0} * fy * row / s.rows;
           sum += std::polar(map.heights[static_cast<std::size_t>(k)] - mean, 2 * kPi * turns);
         }
         EXPECT_NEAR(s.At(u, v), 2 * std::abs(sum) / map.Count(), 1e-5) << u << "," << v;
@@ -147,7 +148,8 @@ TEST(LengthOfCorrelation, Bumps_HaveTheLengthsOfTheirShape) {
   // exp(-(x/a)^2 - (y/b)^2) falls to 0.2 at sqrt(ln 5) times a and b.
   HeightMap c = Empty(401, 401, 0.01);
   for (int k = 0; k < c.Count(); ++k) {
-    const double x = (k % 401 - 200) * 0.01, y = (k / 401 - 200) * 0.01;
+    const int column = k % 401 - 200, row = k / 401 - 200;
+    const double x = column * 0.01, y = row * 0.01;
     c.heights[static_cast<std::size_t>(k)] =
         static_cast<float>(std::exp(-std::pow(x / 0.3, 2) - std::pow(y / 0.9, 2)));
   }
@@ -165,7 +167,9 @@ double Transmission(const HeightMap& map, const FrequencyFilter& filter) {
   for (int j = map.height / 4; j < 3 * map.height / 4; ++j) {
     for (int i = map.width / 4; i < 3 * map.width / 4; ++i) {
       before += std::pow(map.At(i, j), 2);
-      after += std::pow(filtered.heights[static_cast<std::size_t>(j * map.width + i)], 2);
+      after += std::pow(filtered.heights[static_cast<std::size_t>(j) * static_cast<std::size_t>(map.width) +
+                                         static_cast<std::size_t>(i)],
+                        2);
     }
   }
   return std::sqrt(after / before);
