@@ -140,10 +140,10 @@ class Picker {
   double Distance(std::size_t sample) const {
     const HeightMap& m = s_.map;
     const auto w = static_cast<std::size_t>(m.width);
-    const std::array<double, 2> p =
-        view_.Project({static_cast<double>(sample % w) * m.SpacingX() - m.xSize / 2.0,
-                       static_cast<double>(sample / w) * m.SpacingY() - m.ySize / 2.0,
-                       double{view_.zScale} * s_.drawn[sample]});
+    const std::size_t column = sample % w, row = sample / w;
+    const std::array<double, 2> p = view_.Project({static_cast<double>(column) * m.SpacingX() - m.xSize / 2.0,
+                                                   static_cast<double>(row) * m.SpacingY() - m.ySize / 2.0,
+                                                   double{view_.zScale} * s_.drawn[sample]});
     return std::hypot(p[0] - x_, p[1] - y_);
   }
 
