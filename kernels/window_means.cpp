@@ -57,12 +57,14 @@ template <class T>
 void Mean(const Window& window, const T* in, T* out) {
   using Sum = typename Means<T>::Sum;
   const std::ptrdiff_t side = 2 * window.half + 1, columns = window.nx - side + 1;
+  const std::ptrdiff_t rows = window.ny - side + 1;
   const double divisor = window.divisor;
   ForEachStrip<Sum>(columns, side, side, [&](const Strip& strip) {
     WindowSums<Sum> sums(side, side, strip.count);
     if (!sums.Ready()) return;
     ForEachRow(window, strip, in, sums, [&](std::ptrdiff_t y, std::ptrdiff_t j) {
       T* __restrict to = out + y * columns + strip.x;
+      if (y + 1 < rows) Ask<1>(to + columns, strip.count);
       sums.Finish(
           j, [=](std::ptrdiff_t i, Sum sum)
                  __attribute__((always_inline)) { to[i] = Means<T>::Store(sum, divisor); });
@@ -106,6 +108,10 @@ QV_INLINE void ForEachMarkedRow(const Window& window, const float* in, float* ou
       const std::ptrdiff_t place = top * columns + strip.x;
       const float* topLeft = in + top * window.nx + strip.x;
       const float* centre = topLeft + window.half * window.nx + window.half;
+      if (top + side < window.ny) {
+        Ask<1>(out + place + columns, strip.count);
+        Ask<1>(residual + place + columns, strip.count);
+      }
       emit(ResidualRow{sums.Data(), missing, topLeft, centre, out + place, residual + place, strip.count});
     });
   });
@@ -167,14 +173,16 @@ void Laplacian(const Window& window, const float* in, float* out, float* residua
 }
 
 /// Windows reach beyond the grid, where there is nothing: zero samples, none of them counted. A window may
-/// hold more samples than an int counts, so they are counted in doubles.
-void ClippedMean(const Window& window, const float* in, float* out, float* residual) {
+/// hold more samples than an int counts.
+template <class Count>
+void ClippedMeanCountedIn(const Window& window, const float* in, float* out, float* residual) {
   const std::ptrdiff_t nx = window.nx, ny = window.ny;
   const std::ptrdiff_t reachX = Min(window.half, nx - 1), reachY = Min(window.half, ny - 1);
   const std::ptrdiff_t across = 2 * reachX + 1, down = 2 * reachY + 1;
   ForEachStrip<double>(nx, across, down, [&](const Strip& strip) {
-    WindowSums<double> sums(across, down, strip.count), counts(across, down, strip.count);
-    Scratch<double> found(strip.count);
+    WindowSums<double> sums(across, down, strip.count);
+    WindowSums<Count> counts(across, down, strip.count);
+    Scratch<Count> found(strip.count);
     if (!sums.Ready() || !counts.Ready() || found.Data() == nullptr) return;
     const std::ptrdiff_t first = strip.x - reachX;
     const std::ptrdiff_t begin = Max(0, -first), end = Min(strip.count + across - 1, nx - first);
@@ -189,19 +197,23 @@ void ClippedMean(const Window& window, const float* in, float* out, float* resid
           [](float z) __attribute__((always_inline)) { return Used(z) ? static_cast<double>(z) : 0.0; },
           source);
       counts.SumColumns(
-          top, rows, begin, end, [](float z) __attribute__((always_inline)) { return Used(z) ? 1.0 : 0.0; },
-          source);
+          top, rows, begin, end,
+          [](float z) __attribute__((always_inline)) { return static_cast<Count>(Used(z)); }, source);
       for (std::ptrdiff_t j = 0; j < down && top + j < ny; ++j) {
-        double* __restrict count = found.Data();
+        Count* __restrict count = found.Data();
         counts.Finish(
-            j, [=](std::ptrdiff_t i, double used) __attribute__((always_inline)) { count[i] = used; });
+            j, [=](std::ptrdiff_t i, Count used) __attribute__((always_inline)) { count[i] = used; });
         const std::ptrdiff_t to = (top + j) * nx + strip.x;
+        if (top + j + 1 < ny) {
+          Ask<1>(out + to + nx, strip.count);
+          Ask<1>(residual + to + nx, strip.count);
+        }
         const float* __restrict centre = in + to;
         float* __restrict toOut = out + to;
         float* __restrict toResidual = residual + to;
         sums.Finish(
             j, [=](std::ptrdiff_t i, double sum) __attribute__((always_inline)) {
-              const double mean = Quotient(sum, count[i]);
+              const double mean = Quotient(sum, static_cast<double>(count[i]));
               const float stored = Canonical(static_cast<float>(mean));
               const float difference = Canonical(static_cast<float>(centre[i] - mean));
               toOut[i] = count[i] == 0 ? kBad : stored;
@@ -210,6 +222,11 @@ void ClippedMean(const Window& window, const float* in, float* out, float* resid
       }
     }
   });
+}
+
+void ClippedMean(const Window& window, const float* in, float* out, float* residual) {
+  const bool fewSamples = window.nx <= INT32_MAX / window.ny;
+  (fewSamples ? ClippedMeanCountedIn<std::int32_t> : ClippedMeanCountedIn<double>)(window, in, out, residual);
 }
 
 }  // namespace

@@ -287,12 +287,19 @@ class WindowSums {
   [[gnu::always_inline]] void SumColumns(std::ptrdiff_t top, std::ptrdiff_t rows, std::ptrdiff_t begin,
                                          std::ptrdiff_t end, Widen widen, Source source) {
     std::ptrdiff_t x = begin;
-    for (; x + kGroup <= end; x += kGroup) SumGroup<kGroup>(top, rows, x, widen, source);
+    for (; x + kGroup <= end; x += kGroup) {
+      if (x + 2 * kGroup <= end) AskForGroup(top, Min(rows, top + 2 * down_ - 1), x + kGroup, source);
+      SumGroup<kGroup>(top, rows, x, widen, source);
+    }
     for (; x + kLanes <= end; x += kLanes) SumGroup<kLanes>(top, rows, x, widen, source);
-    for (; x < end; ++x) SumGroup<1>(top, rows, x, widen, source);
+    if (x < end && end - begin >= kLanes) {  // some are summed twice, from the beginning
+      SumGroup<kLanes>(top, rows, end - kLanes, widen, source);
+    } else {
+      for (; x < end; ++x) SumGroup<1>(top, rows, x, widen, source);
+    }
   }
 
-  /// Calls sink(place, sum) for the windows that begin in row top + row. The row's column sums are used up.
+  /// Calls sink(place, sum) for the windows that begin in row top + row.
   template <class Sink>
   [[gnu::always_inline]] void Finish(std::ptrdiff_t row, Sink sink) {
     Sum* spare = memory_.Data() + down_ * stride_;
@@ -301,6 +308,14 @@ class WindowSums {
 
  private:
   static constexpr std::ptrdiff_t kGroup = 4 * kLanes;
+
+  template <class Source>
+  [[gnu::always_inline]] static void AskForGroup(std::ptrdiff_t top, std::ptrdiff_t end, std::ptrdiff_t x,
+                                                 Source source) {
+    for (std::ptrdiff_t y = top; y < end; ++y) {
+      if (const auto* from = source(y, x); from != nullptr) Ask<0>(from, kGroup);
+    }
+  }
 
   template <std::ptrdiff_t kCount, class Widen, class Source>
   [[gnu::always_inline]] void SumGroup(std::ptrdiff_t top, std::ptrdiff_t rows, std::ptrdiff_t x, Widen widen,

@@ -384,6 +384,31 @@ TEST(FilterMean, WholeNumbersWithSentinels_ExactBits) {
   }
 }
 
+// Quotients midway between two floats: a product by the reciprocal would round some of them the wrong way.
+TEST(FilterMeanf, QuotientsMidwayBetweenFloats_RoundedOnce) {
+  Random random(7);
+  const int nx = 60, ny = 20, width = nx - 2;
+  std::vector<float> samples(static_cast<std::size_t>(nx) * ny, 0.0F);
+  for (float& z : samples) z = random.Chance(0.3) ? 0x1p24F : static_cast<float>(random.Between(-3, 3));
+  std::vector<float> means;
+  int midway = 0;
+  for (int r = 0; r < ny - 2; ++r) {
+    for (int c = 0; c < width; ++c) {
+      double sum = 0;
+      for (int i = 0; i < 9; ++i) sum += samples[static_cast<std::size_t>((r + i / 3) * nx + c + i % 3)];
+      means.push_back(static_cast<float>(sum / 4));
+      const double up = std::nextafter(means.back(), kInfinity),
+                   down = std::nextafter(means.back(), -kInfinity);
+      midway += sum / 4 == (means.back() + up) / 2 || sum / 4 == (means.back() + down) / 2 ? 1 : 0;
+    }
+  }
+  ASSERT_GT(midway, 10);
+  ForEachVariant([&] {
+    const auto floats = Apply(kFloatFilters[0], 2, nx, ny, samples);
+    EXPECT_TRUE(SameBits(floats.out.data(), means.data(), means.size()));
+  });
+}
+
 template <class T>
 const Filter<T>& Named(const std::string& name) {
   for (const auto& filter : Filters<T>()) {
