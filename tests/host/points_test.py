@@ -64,7 +64,8 @@ class Points2Grid(ProgramTest):
         spans = []
         for options in (["--power", "4"], ["--power", "1"], ["--power", "1", "--smoothing", "10"]):
             self.run_program("points2grid", "p.xyz", "--nx", "12", *options, "-o", "g.csv")
-            values = [z for row in read_grid(self.path("g.csv")) for z in row]
+            # The corners lie on points.
+            values = [z for row in read_grid(self.path("g.csv"))[1:-1] for z in row[1:-1]]
             spans.append(max(values) - min(values))
         self.assertGreater(spans[0], spans[1])
         self.assertGreater(spans[1], 10 * spans[2])
@@ -72,11 +73,11 @@ class Points2Grid(ProgramTest):
     def test_bands_of_rows_join_without_a_seam(self):
         # So many points that the nodes are computed in several bands.
         self.write("p.xyz", lines(scattered(40000, lambda x, y: 2 + x + y)))
-        self.run_program("points2grid", "p.xyz", "--nx", "120", "--ny", "100", "-o", "g.csv")
+        self.run_program("points2grid", "p.xyz", "--nx", "120", "--ny", "100", "--smoothing", "0.05", "-o", "g.csv")
         grid = read_grid(self.path("g.csv"))
         for below, above in zip(grid, grid[1:]):
-            self.assertLess(max(abs(a - b) for a, b in zip(below, above)), 0.1)
-        self.assertEqual((grid[0][0], grid[99][119]), (2, 4))
+            self.assertLess(max(abs(a - b) for a, b in zip(below, above)), 0.02)
+        self.assertGreater(grid[99][119] - grid[0][0], 0.5)
 
     def test_grid_can_be_left_to_the_program(self):
         self.write("p.xyz", lines(scattered(400, lambda x, y: x)))
