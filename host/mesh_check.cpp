@@ -80,32 +80,34 @@ void JudgeTriangles(MeshCheck& check, std::uint64_t counted, const char* noun) {
     // Where the file's structure explains it, that has been said already.
     if (check.FirstError() == nullptr) {
       check.Add(Severity::kError, "no-triangles", "The file holds no triangles.", "Export it again.",
-          ExitCode::kCorrupt, false);
+                ExitCode::kCorrupt, false);
     }
     return;
   }
   if (check.nonFinite > 0) {
     check.Add(Severity::kError, "non-finite",
-        fmt::format("{} of {} triangles have a coordinate that is not a finite number.", check.nonFinite,
-                    check.triangles),
-        usable > 0 ? "--repair leaves them out." : "Export the mesh again.", ExitCode::kCorrupt, usable > 0);
+              fmt::format("{} of {} triangles have a coordinate that is not a finite number.",
+                          check.nonFinite, check.triangles),
+              usable > 0 ? "--repair leaves them out." : "Export the mesh again.", ExitCode::kCorrupt,
+              usable > 0);
   }
   for (int axis = 0; axis < 2 && usable > 0; ++axis) {
     if (check.bounds.Extent(axis) > 0) continue;
     check.Add(Severity::kError, "no-extent",
-        fmt::format("The mesh has no extent in {}: seen from above it covers no area.",
-                    axis == 0 ? 'x' : 'y'),
-        "Turn the part so that the surface to be measured faces +z.", ExitCode::kNotComputable, false);
+              fmt::format("The mesh has no extent in {}: seen from above it covers no area.",
+                          axis == 0 ? 'x' : 'y'),
+              "Turn the part so that the surface to be measured faces +z.", ExitCode::kNotComputable, false);
   }
   if (usable > 0 && counted < kFewestTriangles) {
     check.Add(Severity::kError, "few-triangles",
-        fmt::format("The mesh has {} {}; the conversion to a height map needs at least {}.", counted,
-                    noun, kFewestTriangles),
-        "--repair divides every triangle in four until there are enough; the shape stays the same.",
-        ExitCode::kNotComputable, true);
+              fmt::format("The mesh has {} {}; the conversion to a height map needs at least {}.", counted,
+                          noun, kFewestTriangles),
+              "--repair divides every triangle in four until there are enough; the shape stays the same.",
+              ExitCode::kNotComputable, true);
   }
   if (check.tiny > 0) {
-    check.Add(Severity::kWarning, "tiny-triangles",
+    check.Add(
+        Severity::kWarning, "tiny-triangles",
         fmt::format("{} of {} triangles ({:.3g} %) are so small in x and y that their heights come out as 0.",
                     check.tiny, check.triangles,
                     100.0 * static_cast<double>(check.tiny) / static_cast<double>(check.triangles)),
@@ -115,7 +117,8 @@ void JudgeTriangles(MeshCheck& check, std::uint64_t counted, const char* noun) {
   }
   const double box = check.bounds.Extent(0) * check.bounds.Extent(1);
   if (box > 0 && check.projectedArea > kOverlap * box) {
-    check.Add(Severity::kNote, "overlap",
+    check.Add(
+        Severity::kNote, "overlap",
         fmt::format(
             "The mesh covers its area {:.2g} times seen from above (a closed part, for instance); where "
             "triangles lie above each other, the first in the file gives the height.",
@@ -134,7 +137,7 @@ MeshFormat RequireMesh(const std::filesystem::path& path, std::string_view bytes
   const std::string extension = LowerExtension(path);
   const bool namedStl = extension == ".stl" || extension == ".stla" || extension == ".stlb";
   if (other.empty() && (namedStl || LooksLikeStl(bytes))) return MeshFormat::kStl;
-  const std::string what = !other.empty()        ? fmt::format("this is {}, which is not supported yet", other)
+  const std::string what = !other.empty() ? fmt::format("this is {}, which is not supported yet", other)
                            : extension == ".ply" ? "this is no PLY file: its first line is not \"ply\""
                                                  : "the format of this file is not supported yet";
   throw Failure(ExitCode::kUnreadable, fmt::format("{}: {}", path.string(), what),

@@ -41,8 +41,8 @@ struct RepairedMesh {
 /// Divides every triangle at its edge midpoints into four, which keeps the surface.
 std::vector<Triangle> DivideInFour(const std::vector<Triangle>& triangles);
 
-/// The steps that all formats share: leaves out triangles that are not finite, divides where there are too few
-/// and enlarges where they are too small.
+/// The steps that all formats share: leaves out triangles that are not finite, divides where there are too
+/// few and enlarges where they are too small.
 void MendTriangles(RepairedMesh& mesh, const MeshCheck& check);
 
 /// The findings of either format.

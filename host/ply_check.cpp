@@ -22,16 +22,18 @@ void AddMendable(PlyCheck& check, const char* id, std::string what, std::string 
 
 void JudgeHeader(const PlyFile& file, PlyCheck& check) {
   if (file.carriageReturns > 0) {
-    AddMendable(check, "carriage-returns",
-                fmt::format("{} lines of the header end in a carriage return (as on Windows or old Macs), which "
-                            "the format does not allow and the import does not take.",
-                            file.carriageReturns),
-                "--repair reads a copy with plain lines.", ExitCode::kCorrupt,
-                "replaced the header, whose lines ended in carriage returns");
+    AddMendable(
+        check, "carriage-returns",
+        fmt::format("{} lines of the header end in a carriage return (as on Windows or old Macs), which "
+                    "the format does not allow and the import does not take.",
+                    file.carriageReturns),
+        "--repair reads a copy with plain lines.", ExitCode::kCorrupt,
+        "replaced the header, whose lines ended in carriage returns");
   }
   if (!file.formatWhole) {
-    AddMendable(check, "odd-format", "The line \"format\" of the header has not exactly a format and a version.",
-                "--repair reads a copy with a new header.", ExitCode::kCorrupt, "replaced the line \"format\"");
+    AddMendable(
+        check, "odd-format", "The line \"format\" of the header has not exactly a format and a version.",
+        "--repair reads a copy with a new header.", ExitCode::kCorrupt, "replaced the line \"format\"");
   }
 }
 
@@ -71,8 +73,8 @@ void JudgeLength(const PlyFile& file, PlyCheck& check) {
               fmt::format("The header announces {} records of \"{}\", but the file ends after {}.",
                           cut->announced, cut->name, cut->present),
               "Copy it again, or use --repair to go on with the faces that are there.", ExitCode::kCorrupt,
-              fmt::format("set the count of \"{}\" from {} to the {} that are there", cut->name, cut->announced,
-                          cut->present));
+              fmt::format("set the count of \"{}\" from {} to the {} that are there", cut->name,
+                          cut->announced, cut->present));
 }
 
 void JudgeWords(const PlyFile& file, PlyCheck& check) {
@@ -90,12 +92,13 @@ void JudgeWords(const PlyFile& file, PlyCheck& check) {
                 "--repair reads the commas as points.", ExitCode::kCorrupt, "read decimal commas as points");
   }
   if (file.notWhole > 0) {
-    AddMendable(check, "not-whole",
-                fmt::format("{} numbers have decimals or an exponent though the header declares a type of whole "
-                            "numbers, by which they would be cut.",
-                            file.notWhole),
-                "--repair reads the numbers as they are written.", ExitCode::kCorrupt,
-                "read the numbers as they are written, not by their declared type");
+    AddMendable(
+        check, "not-whole",
+        fmt::format("{} numbers have decimals or an exponent though the header declares a type of whole "
+                    "numbers, by which they would be cut.",
+                    file.notWhole),
+        "--repair reads the numbers as they are written.", ExitCode::kCorrupt,
+        "read the numbers as they are written, not by their declared type");
   }
   if (file.blankLines > 0) {
     AddMendable(check, "blank-lines",
@@ -115,9 +118,10 @@ void JudgeCornerList(const PlyFile& file, PlyCheck& check) {
               strips ? std::string("Export the mesh as triangles.") : std::string(kUsePoints),
               ExitCode::kNotComputable, false);
   } else if (file.CornerList() == nullptr) {
-    check.Add(Severity::kError, "no-corner-list",
-              fmt::format("The faces have no list \"{}\": which vertices they join is not known.", kPlyCorners),
-              kUsePoints, ExitCode::kNotComputable, false);
+    check.Add(
+        Severity::kError, "no-corner-list",
+        fmt::format("The faces have no list \"{}\": which vertices they join is not known.", kPlyCorners),
+        kUsePoints, ExitCode::kNotComputable, false);
   } else if (file.CornerList()->name != kPlyCorners) {
     AddMendable(check, "corner-list-name",
                 fmt::format("The list of the faces' corners is called \"{}\"; the import knows only \"{}\".",
@@ -159,10 +163,11 @@ void JudgeUnusedVertices(const PlyFile& file, PlyCheck& check) {
     return !std::all_of(v.begin(), v.end(), [](double c) { return std::isfinite(static_cast<float>(c)); });
   });
   if (count == 0) return;
-  AddMendable(check, "non-finite-vertices",
-              fmt::format("{} vertices that no face uses have a coordinate that is not a finite number.", count),
-              "--repair leaves them out.", ExitCode::kCorrupt,
-              fmt::format("left out {} vertices with coordinates that are not finite", count));
+  AddMendable(
+      check, "non-finite-vertices",
+      fmt::format("{} vertices that no face uses have a coordinate that is not a finite number.", count),
+      "--repair leaves them out.", ExitCode::kCorrupt,
+      fmt::format("left out {} vertices with coordinates that are not finite", count));
 }
 
 const char* NameOf(PlyEncoding encoding) {

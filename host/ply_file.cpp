@@ -112,9 +112,8 @@ char* Put(T value, char* at) {
 }  // namespace
 
 const PlyProperty* PlyElement::Find(std::string_view property, PlyKind kind) const {
-  const auto found = std::find_if(properties.begin(), properties.end(), [&](const PlyProperty& p) {
-    return p.name == property && p.kind == kind;
-  });
+  const auto found = std::find_if(properties.begin(), properties.end(),
+                                  [&](const PlyProperty& p) { return p.name == property && p.kind == kind; });
   return found == properties.end() ? nullptr : &*found;
 }
 

@@ -48,10 +48,10 @@ inline constexpr std::uint32_t kNoPlyVertex = std::numeric_limits<std::uint32_t>
 struct PlyFile {
   std::uint64_t fileBytes = 0;
   PlyEncoding encoding = PlyEncoding::kAscii;
-  std::string format;           ///< the words behind "format"; empty where the line is missing
-  bool formatKnown = false;     ///< one of the three encodings
-  bool formatWhole = false;     ///< with a version and nothing else
-  bool headerComplete = false;  ///< there is an "end_header"
+  std::string format;                 ///< the words behind "format"; empty where the line is missing
+  bool formatKnown = false;           ///< one of the three encodings
+  bool formatWhole = false;           ///< with a version and nothing else
+  bool headerComplete = false;        ///< there is an "end_header"
   std::uint64_t carriageReturns = 0;  ///< header lines that end in one
   std::vector<PlyElement> elements;
 
