@@ -336,9 +336,9 @@ QV_API unsigned QV_CALL FilterLaplacianf2(int size, int nx, int ny, const float*
  * THE EDGES ARE NOT CORRECTED: samples beyond the line count as 0 and the weights are not renormalised, so
  * over about 3*m samples at the start of a line the result falls towards 0, and at its end further still,
  * because each moving average there lacks one more sample (the one before its last full window). Remove the
- * mean first (RemoveAverage) and crop 3*m samples afterwards. Where a line is not longer than a window the
- * same holds for all of it. Sums are carried in 64-bit mantissas, every average is rounded to float. The
- * residual is taken against the input.
+ * mean first (RemoveAverage) and crop 3*m + 1 samples afterwards. Where a line is not longer than a window
+ * the same holds for all of it. Sums are carried in 64-bit mantissas, every average is rounded to float.
+ * The residual is taken against the input.
  * With the default build each call leaves memory allocated: 12 bytes per sample for the rows and again for
  * the columns, untouched (QV_3D_KEEP_LEAKS=OFF turns it off). */
 QV_API unsigned QV_CALL GaussianFilter(int nx, int ny, float dx, float dy, float cutoff, const float* in,

@@ -55,6 +55,11 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddFilter(app, invocation);
   AddPick(app, invocation);
   AddGallery(app, invocation);
+  AddContour(app, invocation);
+  AddSection(app, invocation);
+  AddCut(app, invocation);
+  AddRoundness(app, invocation);
+  AddResample(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

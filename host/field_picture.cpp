@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "colour_map.h"
+#include "frame_axes.h"
 #include "height_map.h"
 #include "style.h"
 #include "ticks.h"
@@ -40,7 +41,10 @@ class FieldPainter {
     canvas_.Text(x_, y_ - 2.3 * u, field_.name, unit_ + unit_ / 6, kInk, Align::kLeft);
     canvas_.Fill(x_ - 1, y_ - 1, width_ + 2, height_ + 2, kQuiet);
     DrawValues();
-    DrawAxes();
+    DrawFrameAxes(canvas_,
+                  {x_, y_, width_, height_, field_.left, field_.right, field_.bottom, field_.top,
+                   field_.xName, field_.yName},
+                  unit_);
     DrawColourBar();
   }
 
@@ -71,23 +75,6 @@ class FieldPainter {
         std::copy(colour.begin(), colour.end(), image_.Pixel(x_ + column, y_ + height_ - 1 - row));
       }
     }
-  }
-
-  void DrawAxes() {
-    const int u = unit_;
-    const int mostX = std::clamp(width_ / (5 * u), 1, 8), mostY = std::clamp(height_ / (3 * u), 1, 8);
-    for (const Tick& tick : LinearTicks(field_.left, field_.right, mostX)) {
-      const double at = x_ + (tick.value - field_.left) / (field_.right - field_.left) * (width_ - 1);
-      canvas_.Fill(std::round(at), y_ + height_, 1, u / 2, kQuiet);
-      canvas_.Text(at, y_ + height_ + 3 * u / 2 + u / 4, tick.label, u, kInk, Align::kCentre);
-    }
-    for (const Tick& tick : LinearTicks(field_.bottom, field_.top, mostY)) {
-      const double at = y_ + (field_.top - tick.value) / (field_.top - field_.bottom) * (height_ - 1);
-      canvas_.Fill(x_ - u / 2, std::round(at), u / 2, 1, kQuiet);
-      canvas_.Text(x_ - u, at + u / 3, tick.label, u, kInk, Align::kRight);
-    }
-    canvas_.Text(x_ + width_ / 2, y_ + height_ + 3 * u + u / 4, field_.xName, u, kQuiet, Align::kCentre);
-    canvas_.Text(x_ - u, y_ - u + u / 4, field_.yName, u, kQuiet, Align::kRight);
   }
 
   void DrawColourBar() {

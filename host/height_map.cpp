@@ -107,6 +107,21 @@ Plane Level(HeightMap& map) {
   return total;
 }
 
+double SubtractMean(HeightMap& map) {
+  double sum = 0;
+  std::size_t count = 0;
+  for (const float h : map.heights) {
+    if (IsMissing(h)) continue;
+    sum += h;
+    ++count;
+  }
+  const double mean = count == 0 ? 0 : sum / static_cast<double>(count);
+  for (float& h : map.heights) {
+    if (!IsMissing(h)) h = static_cast<float>(h - mean);
+  }
+  return mean;
+}
+
 void FillMissing(HeightMap& map) {
   ReplaceBadSamplesWithMinimum(map.heights.data(), map.Count());
 }

@@ -45,6 +45,9 @@ struct Plane {
 /// plane.
 Plane Level(HeightMap& map);
 
+/// Subtracts the mean of the samples and returns it; 0 where every sample is missing.
+double SubtractMean(HeightMap& map);
+
 /// Gives missing samples the lowest height.
 void FillMissing(HeightMap& map);
 

@@ -153,6 +153,21 @@ MeshCheck CheckMesh(MeshFormat format, std::string_view bytes) {
   return CheckStl(bytes);
 }
 
+MeshContent ReadMeshContent(MeshFormat format, std::string_view bytes) {
+  MeshContent content;
+  const auto take = [&content](const Triangle& t) { content.triangles.push_back(t); };
+  if (format == MeshFormat::kPly) {
+    const PlyFile file = ReadPly(bytes);
+    content.check = CheckPly(file);
+    ForEachTriangle(file, take);
+  } else {
+    const StlCheck check = CheckStl(bytes);
+    content.check = check;
+    ScanStl(bytes, take, check.scan.announced == 0);
+  }
+  return content;
+}
+
 std::uint64_t ExpectedTriangles(const MeshCheck& check) {
   return check.faces.value_or(check.triangles);
 }

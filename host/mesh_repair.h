@@ -48,6 +48,13 @@ void MendTriangles(RepairedMesh& mesh, const MeshCheck& check);
 /// The findings of either format.
 MeshCheck CheckMesh(MeshFormat format, std::string_view bytes);
 
+/// What the program's own readers find in a file of either format, in order or not.
+struct MeshContent {
+  MeshCheck check;
+  std::vector<Triangle> triangles;
+};
+MeshContent ReadMeshContent(MeshFormat format, std::string_view bytes);
+
 /// How many triangles the library should find: of a format that has faces, one for each.
 std::uint64_t ExpectedTriangles(const MeshCheck& check);
 

@@ -30,10 +30,27 @@ bool ReadNumber(std::string_view field, double& number) {
   return error == std::errc() && end == field.data() + field.size();
 }
 
-/// Words like "x,y,z", but no number gone wrong.
+/// Calls visit(field) until it returns false.
+template <class Visit>
+void ForEachField(std::string_view line, Visit visit) {
+  const std::string_view separators = SeparatorsOf(line);
+  while (true) {
+    const std::size_t end = line.find_first_of(separators);
+    if (!visit(Trim(line.substr(0, end))) || end == std::string_view::npos) return;
+    line.remove_prefix(end + 1);
+    // Several blanks separate as one does.
+    if (separators == kBlanks) line = Trim(line);
+  }
+}
+
 bool IsLineOfNames(std::string_view line) {
-  return line.find_first_of("0123456789") == std::string_view::npos &&
-         line.find_first_of("xyzXYZ") != std::string_view::npos;
+  bool names = true;
+  ForEachField(line, [&](std::string_view field) {
+    double number = 0;
+    names = !ReadNumber(field, number);
+    return names;
+  });
+  return names;
 }
 
 }  // namespace
@@ -55,18 +72,12 @@ void NumberLines::Refuse(const std::string& what) const {
 }
 
 void NumberLines::ReadFields(std::string_view line, std::vector<double>& numbers) const {
-  const std::string_view separators = SeparatorsOf(line);
-  while (true) {
-    const std::size_t end = line.find_first_of(separators);
-    const std::string_view field = Trim(line.substr(0, end));
+  ForEachField(line, [&](std::string_view field) {
     if (!ReadNumber(field, numbers.emplace_back())) {
       Refuse(fmt::format("\"{}\" is no number", field.substr(0, 40)));
     }
-    if (end == std::string_view::npos) return;
-    line.remove_prefix(end + 1);
-    // Several blanks separate as one does.
-    if (separators == kBlanks) line = Trim(line);
-  }
+    return true;
+  });
 }
 
 bool NumberLines::Next(std::vector<double>& numbers) {

@@ -79,6 +79,7 @@ class Composer {
     const int factor = Supersampling(layout_.width, layout_.height);
     Framebuffer framebuffer(context_, layout_.width * factor, layout_.height * factor);
     DrawPerspective(surface_, camera, scene);
+    if (options_.overlay) options_.overlay(surface_);
     PasteOver(image_, Downsample(framebuffer.Read(), factor), Downsample(framebuffer.ReadCoverage(), factor));
     if (options_.bare) return;
     DrawFloorScales(camera);
@@ -90,6 +91,7 @@ class Composer {
     const int factor = Supersampling(width, height);
     Framebuffer framebuffer(context_, width * factor, height * factor);
     DrawMap(surface_, options_);
+    if (options_.overlay) options_.overlay(surface_);
     if (!options_.bare) image_.FillRectangle(x - 1, y - 1, width + 2, height + 2, kQuiet);
     image_.Paste(Downsample(framebuffer.Read(), factor), x, y);
     if (!options_.bare) DrawMapScales(x, y, width, height);
@@ -156,11 +158,11 @@ class Composer {
     const int u = layout_.unit;
     // Seen from above there is no height to be read.
     if (pixels < u) return;
-    const int most = std::clamp(static_cast<int>(pixels / (1.2 * u)), 1, 6);
+    const int most = std::clamp(static_cast<int>(pixels / (0.8 * u)), 1, 6);
     ForEachTick(start, size, most, [&](double offset, const std::string& label) {
       const std::array<double, 2> p = at(start + offset);
       const int x = static_cast<int>(std::lround(p[0])), y = static_cast<int>(std::lround(p[1]));
-      image_.FillRectangle(x - 2 - u / 2, y, u / 2, 1, kQuiet);
+      for (int i = 2; i < 2 + u / 2; ++i) image_.Blend(x - i, y, kQuiet, 0.8);
       font_.Draw(image_, x - u, y + u / 3, label, u, kInk, Align::kRight);
     });
     const std::array<double, 2> top = at(start + size);

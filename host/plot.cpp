@@ -186,16 +186,23 @@ bool IsPlotFile(const std::filesystem::path& path) {
   return path.extension() == ".png" || path.extension() == ".svg";
 }
 
-bool WritePlot(const std::filesystem::path& path, const Plot& plot) {
+bool WriteDrawing(const std::filesystem::path& path, int width, int height,
+                  const std::function<void(Canvas&)>& draw) {
   if (path.extension() == ".svg") {
-    WriteWholeFile(path, SvgOf(plot));
+    SvgCanvas canvas(width, height);
+    draw(canvas);
+    WriteWholeFile(path, canvas.Finish());
     return true;
   }
-  Image image(plot.width, plot.height, kPaper);
+  Image image(width, height, kPaper);
   ImageCanvas canvas(image);
-  DrawPlot(canvas, plot);
+  draw(canvas);
   WritePng(path, image);
   return canvas.HasFont();
+}
+
+bool WritePlot(const std::filesystem::path& path, const Plot& plot) {
+  return WriteDrawing(path, plot.width, plot.height, [&](Canvas& canvas) { DrawPlot(canvas, plot); });
 }
 
 }  // namespace qv3d

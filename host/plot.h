@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
@@ -41,8 +42,12 @@ std::string SvgOf(const Plot& plot);
 /// True for .png and .svg.
 bool IsPlotFile(const std::filesystem::path& path);
 
-/// Writes .svg or .png by the file's extension; false where a PNG picture is without text for want of a font.
-/// Throws Failure (unreadable) where the file cannot be written.
+/// Writes what `draw` draws, as .svg or .png by the file's extension; false where a PNG picture is without
+/// text for want of a font. Throws Failure (unreadable) where the file cannot be written.
+bool WriteDrawing(const std::filesystem::path& path, int width, int height,
+                  const std::function<void(Canvas&)>& draw);
+
+/// As WriteDrawing.
 bool WritePlot(const std::filesystem::path& path, const Plot& plot);
 
 }  // namespace qv3d

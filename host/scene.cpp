@@ -117,7 +117,7 @@ Scene SceneOf(const Surface& surface, const SceneOptions& options, const Camera&
   // Lines are as thick in a large picture as in a small one, for their size, but there are fewer in a small
   // one.
   constexpr float kHeightOfLine = 900;
-  constexpr int kApart = 18, kFewest = 20, kMost = 70;
+  constexpr int kApart = 13, kFewest = 20, kMost = 70;
   GLint viewport[4];
   glGetIntegerv(GL_VIEWPORT, viewport);
   return {surface, options, camera, std::max(1.0f, static_cast<float>(viewport[3]) / kHeightOfLine),
@@ -193,6 +193,9 @@ void DrawPerspective(const Surface& surface, const Camera& camera, const SceneOp
   const Scene scene = SceneOf(surface, options, camera);
   ClearWith(kBackground[0], kBackground[1], kBackground[2], 0);
   glEnable(GL_DEPTH_TEST);
+  // Room between the surface and lines that are drawn on it.
+  glEnable(GL_POLYGON_OFFSET_FILL);
+  glPolygonOffset(1, 2);
   glShadeModel(GL_SMOOTH);
   glMatrixMode(GL_PROJECTION);
   glLoadMatrixd(camera.projection().data());

@@ -28,6 +28,12 @@ int GaussianReach(double cutoff, double spacing) {
   return static_cast<int>(std::min(reach, 1e9));
 }
 
+/// Samples at either end of a line that lack some of their neighbours. At the end it is one more than the
+/// windows reach over, and both ends are treated alike.
+int GaussianEdge(int reach) {
+  return kGaussianPasses * reach + 1;
+}
+
 std::string OptionOf(const FilterRequest& request, const std::string& unit) {
   const FilterTraits& traits = TraitsOf(request.kind);
   if (traits.parameter == FilterParameter::kNone) return fmt::format("--{}", traits.name);
@@ -67,9 +73,9 @@ void CheckGaussian(const FilterRequest& request, const HeightMap& map, const std
            "Choose a shorter cut-off.");
   }
   if (request.keepEdges) return;
-  if (2 * kGaussianPasses * x > map.width - 2 || 2 * kGaussianPasses * y > map.height - 2) {
+  if (2 * GaussianEdge(x) > map.width - 2 || 2 * GaussianEdge(y) > map.height - 2) {
     Refuse(fmt::format("{}: nothing is left without the edges, {} samples on every side",
-                       OptionOf(request, unit), kGaussianPasses * std::max(x, y)),
+                       OptionOf(request, unit), GaussianEdge(std::max(x, y))),
            "Choose a shorter cut-off, or --keep-edges, where heights fall off towards the edges.");
   }
 }
@@ -89,23 +95,10 @@ void CheckCircle(const FilterRequest& request, const HeightMap& map, const std::
          "Choose a larger radius, or a finer grid.");
 }
 
-/// Heights about their mean: beyond its ends the Gaussian filter takes a line to go on at 0.
-double SubtractMean(std::vector<float>& heights) {
-  double sum = 0;
-  std::size_t count = 0;
-  for (const float h : heights) {
-    if (IsMissing(h)) continue;
-    sum += h;
-    ++count;
-  }
-  const double mean = count == 0 ? 0 : sum / static_cast<double>(count);
-  for (float& h : heights) h = static_cast<float>(h - mean);
-  return mean;
-}
-
 HeightMap FilterGaussian(const HeightMap& map, double cutoff) {
   HeightMap centred = map, filtered = map;
-  const double mean = SubtractMean(centred.heights);
+  // Beyond its ends the filter takes a line to go on at 0.
+  const double mean = SubtractMean(centred);
   std::fill(filtered.heights.begin(), filtered.heights.end(), kMissing);
   std::vector<float> residual(map.heights.size());
   GaussianFilter(map.width, map.height, static_cast<float>(map.SpacingX()),
@@ -297,8 +290,8 @@ FilteredMap ApplyFilter(const FilterRequest& request, const HeightMap& map, cons
   FilteredMap result;
   HeightMap filtered = Filter(request, map);
   if (request.kind == FilterKind::kGaussian && !request.keepEdges) {
-    result.croppedX = kGaussianPasses * GaussianReach(request.length, map.SpacingX());
-    result.croppedY = kGaussianPasses * GaussianReach(request.length, map.SpacingY());
+    result.croppedX = GaussianEdge(GaussianReach(request.length, map.SpacingX()));
+    result.croppedY = GaussianEdge(GaussianReach(request.length, map.SpacingY()));
     filtered = CropEdges(filtered, result.croppedX, result.croppedY);
   } else {
     result.croppedX = (map.width - filtered.width) / 2;

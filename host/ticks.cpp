@@ -30,7 +30,7 @@ std::string PositiveLabel(double value) {
 }  // namespace
 
 std::string TickLabel(double value) {
-  return value < 0 ? "\u2212" + PositiveLabel(-value) : PositiveLabel(value == 0 ? 0.0 : value);
+  return value < 0 ? "\u2212" + PositiveLabel(-value) : PositiveLabel(value + 0.0);
 }
 
 std::vector<Tick> LinearTicks(double low, double high, int most) {
@@ -38,7 +38,9 @@ std::vector<Tick> LinearTicks(double low, double high, int most) {
   if (!(high > low)) return ticks;
   const double step = NiceStepAbove((high - low) / most);
   for (double k = std::ceil(low / step - kSlack); k * step <= high + kSlack * (high - low); ++k) {
-    ticks.push_back({k * step, TickLabel(k * step)});
+    // Zero without a sign.
+    const double value = k * step + 0.0;
+    ticks.push_back({value, TickLabel(value)});
   }
   return ticks;
 }

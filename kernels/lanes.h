@@ -33,6 +33,12 @@ QV_INLINE void Store(float* to, const Floats& v) {
   __builtin_memcpy(to, &v, sizeof v);
 }
 
+QV_INLINE Doubles LoadDoubles(const double* from) {
+  Doubles v;
+  __builtin_memcpy(&v, from, sizeof v);
+  return v;
+}
+
 /// Loads count < 16 samples and fills up with missing ones.
 QV_INLINE Floats LoadTail(const float* from, std::ptrdiff_t count) {
   float padded[kLanes];

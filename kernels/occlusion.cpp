@@ -25,12 +25,6 @@ QV_INLINE Weights DistanceWeights() {
   return weights;
 }
 
-QV_INLINE Doubles LoadDoubles(const double* from) {
-  Doubles v;
-  __builtin_memcpy(&v, from, sizeof v);
-  return v;
-}
-
 /// Only what lies higher hides: neither a lower neighbour nor a NaN.
 QV_INLINE Doubles Hidden(const Doubles& neighbour, const Doubles& centre, double weight) {
   const Doubles rise = neighbour - centre;

@@ -9,12 +9,6 @@ constexpr std::ptrdiff_t kPart = 8;   // lanes of one vector
 constexpr std::ptrdiff_t kParts = 4;  // sums kept in registers at once
 constexpr std::ptrdiff_t kTile = kPart * kParts;
 
-QV_INLINE Doubles LoadDoubles(const double* from) {
-  Doubles v;
-  __builtin_memcpy(&v, from, sizeof v);
-  return v;
-}
-
 /// One step of the two offsets around the cycle.
 QV_INLINE void Turn(std::ptrdiff_t n, std::ptrdiff_t& ahead, std::ptrdiff_t& behind) {
   if (++ahead == n) ahead = 0;

@@ -87,11 +87,6 @@ QV_INLINE void ForEachGroup(const float* row, const ColumnTaps& taps, Work work)
 }
 #endif
 
-QV_INLINE Doubles LoadDoubles(const double* from) {
-  Doubles v;
-  __builtin_memcpy(&v, from, sizeof v);
-  return v;
-}
 QV_INLINE void StoreDoubles(double* to, const Doubles& v) {
   __builtin_memcpy(to, &v, sizeof v);
 }

@@ -30,5 +30,7 @@ void AddSection(CLI::App& app, Invocation& invocation);
 void AddCut(CLI::App& app, Invocation& invocation);
 void AddPick(CLI::App& app, Invocation& invocation);
 void AddGallery(CLI::App& app, Invocation& invocation);
+void AddResample(CLI::App& app, Invocation& invocation);
+void AddRoundness(CLI::App& app, Invocation& invocation);
 
 }  // namespace qv3d

@@ -76,11 +76,19 @@ void AddUnitOption(CLI::App& command, std::string& unit) {
       ->check(CheckUnit);
 }
 
-void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
-  command.add_option("FILE", options.file, what)->required();
-  AddUnitOption(command, options.unit);
-  AddLimits(command, options.limits);
+void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit, const char* what) {
+  command.add_option("FILE", file, what)->required();
+  AddUnitOption(command, unit);
+}
+
+void AddPlainFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
+  AddFileAndUnit(command, options.file, options.unit, what);
   AddOutputOptions(command, options.json, options.quiet);
+}
+
+void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
+  AddPlainFileOptions(command, options, what);
+  AddLimits(command, options.limits);
 }
 
 void AddSurfaceOptions(CLI::App& command, ImportOptions& options) {

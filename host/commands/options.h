@@ -18,7 +18,13 @@ void AddLimits(CLI::App& command, ChildLimits& limits);
 void AddUnitOption(CLI::App& command, std::string& unit);
 void AddOutputOptions(CLI::App& command, bool& json, bool& quiet);
 
-/// FILE, its unit, the limits of the import, --json and --quiet. `what` says which files may be given.
+/// FILE and the unit of its numbers.
+void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit, const char* what);
+
+/// FILE, its unit, --json and --quiet. `what` says which files may be given.
+void AddPlainFileOptions(CLI::App& command, ImportOptions& options, const char* what);
+
+/// As AddPlainFileOptions, and the limits of the import of a mesh.
 void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what);
 
 /// As AddFileOptions, and how the file becomes a height map.

@@ -11,7 +11,9 @@ from support import Picture, ProgramTest, ascii_stl, binary_stl, sheet
 class Help(ProgramTest):
     def test_help_and_version_end_well(self):
         for arguments in (["--help"], ["demo", "--help"], ["info", "--help"], ["stats", "--help"],
-                          ["mesh2grid", "--help"], ["render", "--help"]):
+                          ["mesh2grid", "--help"], ["render", "--help"], ["spectrum", "--help"],
+                          ["autocorrelate", "--help"], ["fft-filter", "--help"], ["contour", "--help"], ["section", "--help"],
+                          ["cut", "--help"]):
             self.assertIn("qv3d", self.run_program(*arguments).stdout)
         self.assertRegex(self.run_program("--version").stdout, r"^qv3d \d+\.\d+\.\d+\n$")
 

@@ -172,7 +172,8 @@ TEST(CheckPly, HeaderWithoutWhatIsNeeded_IsHopeless) {
 }
 
 TEST(CheckPly, UnknownType_IsReadInTextsOnly) {
-  ExpectMendable(Replaced(TextPly(PlySheet(10)), "float y", "real y"), "unknown-type", ExitCode::kCorrupt, 200);
+  ExpectMendable(Replaced(TextPly(PlySheet(10)), "float y", "real y"), "unknown-type", ExitCode::kCorrupt,
+                 200);
   ExpectHopeless(Replaced(BinaryPly(PlySheet(10)), "float y", "real y"), "unknown-type", ExitCode::kCorrupt);
 }
 
@@ -211,7 +212,10 @@ TEST(CheckPly, OtherElementsAndProperties_ArePassedOver) {
   std::string rare = Replaced(binary, "element vertex",
                               "element camera 1\nproperty string name\nproperty list ushort double d\n"
                               "element empty 7\nelement vertex");
-  rare.insert(rare.find("end_header\n") + 11, std::string("\x03" "abc\x01\x00" "12345678", 14));
+  rare.insert(rare.find("end_header\n") + 11, std::string("\x03"
+                                                          "abc\x01\x00"
+                                                          "12345678",
+                                                          14));
   EXPECT_EQ(Ids(rare), Names{});
   EXPECT_EQ(TrianglesOf(rare), TrianglesOf(binary));
 }

@@ -92,6 +92,21 @@ def ply_sheet(cells, side=10.0, corners=3, **kind):
     return ply([(z, x, -y) for x, y, z in places], faces, **kind)
 
 
+def grid(width, height, spacing, function):
+    """A height map in millimetres as text; `function` gives a height, or None where a sample is missing."""
+    lines = ["# Width: %.9g mm" % (width * spacing), "# Height: %.9g mm" % (height * spacing), "# Value units: mm"]
+    for j in range(height):
+        heights = [function(i * spacing, j * spacing) for i in range(width)]
+        lines.append(",".join("nan" if h is None else "%.7g" % h for h in heights))
+    return ("\n".join(lines) + "\n").encode()
+
+
+def read_rows(path):
+    """The numbers of a .csv file, row by row, without its comments."""
+    with open(path, encoding="utf-8") as file:
+        return [[float(v) for v in line.split(",")] for line in file if line[0] != "#"]
+
+
 def png_size(path):
     with open(path, "rb") as file:
         head = file.read(24)

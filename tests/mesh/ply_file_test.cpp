@@ -16,7 +16,6 @@ namespace {
 
 using qv::ply::BytesOf;
 using qv::ply::FileKind;
-using qv::ply::ListPlace;
 using qv::ply::PlyElement;
 using qv::ply::PlyFile;
 using qv::ply::Type;

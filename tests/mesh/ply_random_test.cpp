@@ -178,7 +178,7 @@ std::string SmallSample(FileKind kind) {
   for (int i = 0; i < 4; ++i) {
     file.Value(Type::kInt16, i)
         .Value(Type::kFloat32, i % 2)
-        .Value(Type::kFloat64, i / 2)
+        .Value(Type::kFloat64, i * 0.5)
         .Value(Type::kInt32, -i);
     file.EndRecord();
   }
@@ -220,7 +220,7 @@ TEST(ParsePLYFile_Random, TenThousandDamagedBytesOfEach_LikeReference) {
   Random random(62);
   const qv::test::TemporaryFile file("", ".ply");
   const std::string likely =
-      "0123456789.-+eExnaif \n\t\r\"\0"
+      "0123456789.-+eExnaif \n\t\r\""
       "listfloatpropertyelementvertexface";
   for (const FileKind kind : qv::test::kPlyKinds) {
     const std::string original = SmallSample(kind);

@@ -352,10 +352,16 @@ TEST(ParsePLYFile_Header, ElementTwice_LastOneStays) {
 TEST(ParsePLYFile_Header, LinesOfAnyLength) {
   for (const std::size_t length : {4090U, 4096U, 5000U, 300000U}) {
     const std::string word(length, 'c');
-    ExpectVertex(
-        OneVertex("ply\ncomment " + word + "\n" + word + "\nformat ascii 1.0\nobj_info " + word + "\n",
-                  "1"s + std::string(length, ' ') + "2 3 " + word + "\n"),
-        {1, 2, 3});
+    std::string body = "1";
+    body.append(length, ' ').append("2 3 ").append(word).append("\n");
+    std::string head = "ply\ncomment ";
+    head.append(word)
+        .append("\n")
+        .append(word)
+        .append("\nformat ascii 1.0\nobj_info ")
+        .append(word)
+        .append("\n");
+    ExpectVertex(OneVertex(head, body), {1, 2, 3});
   }
 }
 

@@ -100,7 +100,7 @@ class PlyReferenceReader {
     if (position_ >= bytes_.size()) return false;
     const std::size_t end = std::min(bytes_.find('\n', position_), bytes_.size());
     *line = bytes_.substr(position_, end - position_);
-    *line = line->c_str();  // up to a NUL
+    line->resize(std::min(line->find('\0'), line->size()));
     position_ = std::min(end + 1, bytes_.size());
     return true;
   }
