@@ -7,7 +7,6 @@
 
 #include "image.h"
 #include "ply_body.h"
-#include "text_fields.h"
 
 namespace qv3d {
 namespace {
@@ -47,9 +46,11 @@ void TakeElement(const Words& words, PlyFile& file) {
   if (words.size() < 3) return;
   PlyElement& element = file.elements.emplace_back();
   element.name = words[1];
-  const double count = ParseNumber(words[2]).value_or(0);
+  double count = 0;
+  bool hasComma = false;
   // No file has more records than a double can count.
-  if (count > 0) element.announced = static_cast<std::uint64_t>(std::min(count, 0x1p53));
+  if (ParseForgivingly(words[2], count, hasComma) && count > 0)
+    element.announced = static_cast<std::uint64_t>(std::min(count, 0x1p53));
 }
 
 void TakeProperty(const Words& words, PlyFile& file) {
