@@ -57,7 +57,7 @@ inline std::string TextPly(const PlySample& s) {
   }
   for (const auto& face : s.faces) {
     text += std::to_string(face.size());
-    for (const std::int32_t corner : face) text += " " + std::to_string(corner);
+    for (const std::int32_t corner : face) text.append(" ").append(std::to_string(corner));
     text += "\n";
   }
   return text;
