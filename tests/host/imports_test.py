@@ -268,7 +268,8 @@ class Ply(ProgramTest):
 
     def test_commands_take_it(self):
         self.write("mesh.ply", ply_sheet(12, encoding="binary_little_endian"))
-        for command, *rest in (*COMMANDS, ["info"], ["filter", "-o", "f.csv"], ["spectrum"], ["autocorrelate"]):
+        for command, *rest in (*COMMANDS, ["info"], ["filter", "--gaussian", "2.5", "-o", "f.csv"], ["cut", "--x", "5.1", "-o", "c.png"],
+                               ["gallery", "-o", "g.png"], ["spectrum"], ["autocorrelate"]):
             self.run_program(command, "mesh.ply", *rest)
 
     def test_library_meets_the_file_itself(self):

@@ -86,7 +86,8 @@ def ply(vertices, faces, encoding="ascii", corners_list="vertex_indices"):
 def ply_sheet(cells, side=10.0, corners=3, **kind):
     """The surface of sheet() as a PLY file that is turned so that the import turns it back."""
     places = {}
-    faces = [[places.setdefault(corner, len(places)) for corner in triangle] for triangle in sheet(cells, side)]
+    number = lambda corner: places.setdefault(tuple(round(v, 9) for v in corner), len(places))
+    faces = [[number(corner) for corner in triangle] for triangle in sheet(cells, side)]
     if corners == 4:  # every two triangles share their second side
         faces = [[b, e, c, a] for (a, b, c), (_, e, _) in zip(faces[::2], faces[1::2])]
     return ply([(z, x, -y) for x, y, z in places], faces, **kind)
