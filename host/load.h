@@ -6,9 +6,9 @@
 
 #include "child_process.h"
 #include "height_map.h"
+#include "mesh_repair.h"
 #include "progress.h"
 #include "safe_import.h"
-#include "stl_repair.h"
 
 namespace qv3d {
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "camera.h"
+#include "mesh_file.h"
 #include "offscreen.h"
-#include "stl_file.h"
 
 namespace qv3d {
 

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "failure.h"
-#include "stl_file.h"
+#include "mesh_file.h"
 
 namespace qv3d {
 namespace {
@@ -62,7 +62,10 @@ std::string_view Trim(std::string_view text) {
 }
 
 NumberLines::NumberLines(const std::filesystem::path& path, std::string advice)
-    : name_(path.string()), advice_(std::move(advice)), bytes_(ReadWholeFile(path)) {}
+    : NumberLines(path, ReadWholeFile(path), std::move(advice)) {}
+
+NumberLines::NumberLines(const std::filesystem::path& path, std::string bytes, std::string advice)
+    : name_(path.string()), advice_(std::move(advice)), bytes_(std::move(bytes)) {}
 
 void NumberLines::Refuse(const std::string& what) const {
   throw Failure(ExitCode::kCorrupt, fmt::format("{}, line {}: {}", name_, line_, what), advice_);

@@ -15,6 +15,9 @@ class NumberLines {
   /// Throws Failure (unreadable). `advice` says what such a file looks like, for the failures to come.
   NumberLines(const std::filesystem::path& path, std::string advice);
 
+  /// The same for bytes that have been read already.
+  NumberLines(const std::filesystem::path& path, std::string bytes, std::string advice);
+
   /// The numbers of the next line; false at the end of the file. Throws Failure (corrupt) on anything else,
   /// except that a first line of names is passed over.
   bool Next(std::vector<double>& numbers);

@@ -6,7 +6,7 @@
 
 #include "failure.h"
 #include "image.h"
-#include "stl_file.h"
+#include "mesh_file.h"
 
 namespace qv3d {
 namespace {

@@ -8,10 +8,12 @@
 
 #include "failure.h"
 #include "number_lines.h"
+#include "ply_check.h"
 
 namespace qv3d {
 namespace {
 
+constexpr auto kMostPoints = static_cast<std::size_t>(std::numeric_limits<int>::max());
 constexpr int kFewestNodes = 2, kMostNodes = 65536, kDefaultMost = 512;
 /// Nodes times points per call, so that progress can be shown: some tenths of a second.
 constexpr double kPairsPerCall = 2e8;
@@ -71,19 +73,40 @@ double Enlargement(const PointCloud& cloud) {
   return std::exp2(std::round(std::log2(static_cast<double>(cloud.points.size()) / area) / 2));
 }
 
+PointCloud PointsOfPly(const std::filesystem::path& path, const PlyFile& file) {
+  PlyCheck check;
+  JudgePlyVertices(file, check);
+  if (const Finding* const error = check.FirstError()) {
+    throw Failure(error->code, fmt::format("{}: {}", path.string(), error->what), error->advice);
+  }
+  const PlyElement& vertex = *file.Element("vertex");
+  if (vertex.present < vertex.announced || vertex.present > kMostPoints) {
+    throw Failure(ExitCode::kCorrupt,
+                  vertex.present > kMostPoints
+                      ? fmt::format("{}: more points than can be gridded", path.string())
+                      : fmt::format("{}: the header announces {} vertices, but only {} can be read",
+                                    path.string(), vertex.announced, vertex.present),
+                  "Export or copy it again.");
+  }
+  PointCloud cloud;
+  for (const MeasuredPoint& p : file.vertices) Add(cloud, p);
+  return cloud;
+}
+
 }  // namespace
 
 PointCloud ReadPoints(const std::filesystem::path& path) {
-  NumberLines lines(path, "A file of points has x, y and z on every line, with a decimal point.");
+  std::string bytes = ReadWholeFile(path);
+  if (LooksLikePly(bytes)) return PointsOfPly(path, ReadPly(bytes));
+  NumberLines lines(path, std::move(bytes),
+                    "A file of points has x, y and z on every line, with a decimal point.");
   PointCloud cloud;
   std::vector<double> row;
   while (lines.Next(row)) {
     if (row.size() < 3) lines.Refuse(fmt::format("{} numbers where x, y and z should be", row.size()));
     Add(cloud, {row[0], row[1], row[2]});
   }
-  if (cloud.points.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    lines.Refuse("more points than can be gridded");
-  }
+  if (cloud.points.size() > kMostPoints) lines.Refuse("more points than can be gridded");
   return cloud;
 }
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "height_map.h"
+#include "mesh_check.h"
 #include "progress.h"
-#include "stl_check.h"
 
 namespace qv3d {
 
@@ -19,8 +19,8 @@ struct PointCloud {
   std::size_t notFinite = 0;  ///< left out
 };
 
-/// Reads lines of x, y and z; further numbers of a line are passed over. Throws Failure (unreadable,
-/// corrupt).
+/// Reads lines of x, y and z; further numbers of a line are passed over. Of a PLY file, the vertices in its
+/// own axes. Throws Failure (unreadable, corrupt).
 PointCloud ReadPoints(const std::filesystem::path& path);
 
 /// The grid of a cloud.

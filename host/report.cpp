@@ -34,16 +34,14 @@ Json JsonOf(const MeshFacts& mesh) {
           {"z", AxisRange(mesh.bounds, 2)}};
 }
 
-Json JsonOf(const StlCheck& check) {
-  const StlScan& scan = check.scan;
-  Json json = {{"format", scan.format == StlFormat::kBinary ? "binary STL" : "ASCII STL"},
-               {"bytes", scan.fileBytes},
-               {"triangles", scan.triangles},
-               {"trianglesNotFinite", check.nonFinite},
-               {"trianglesTooSmall", check.tiny},
-               {"trianglesUpright", check.upright},
+Json JsonOf(const MeshCheck& check) {
+  Json json = {{"format", check.format},          {"bytes", check.fileBytes},
+               {"triangles", check.triangles},    {"trianglesNotFinite", check.nonFinite},
+               {"trianglesTooSmall", check.tiny}, {"trianglesUpright", check.upright},
                {"findings", Json::array()}};
-  if (scan.format == StlFormat::kBinary) json["announcedTriangles"] = scan.announced;
+  if (check.announcedTriangles) json["announcedTriangles"] = *check.announcedTriangles;
+  if (check.vertices) json["vertices"] = *check.vertices;
+  if (check.faces) json["faces"] = *check.faces;
   for (const Finding& f : check.findings) {
     json["findings"].push_back({{"severity", NameOf(f.severity)},
                                 {"id", f.id},

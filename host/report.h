@@ -14,7 +14,7 @@ using Json = nlohmann::ordered_json;
 
 /// Lengths in the unit of the file, which stands beside them.
 Json JsonOf(const MeshFacts& mesh);
-Json JsonOf(const StlCheck& check);
+Json JsonOf(const MeshCheck& check);
 Json JsonOf(const Statistics& statistics);
 Json JsonOfGrid(const LoadedMap& loaded);
 

@@ -15,7 +15,13 @@ constexpr int kDefaultLongSide = 512;
 constexpr int kLargestSide = 65536;
 
 /// How the child ends where it is not the library that ends it.
-enum ChildStatus { kChildDone = 0, kChildBadGrid = 41, kChildNoMemory = 42, kChildCannotReport = 43 };
+enum ChildStatus {
+  kChildDone = 0,
+  kChildBadGrid = 41,
+  kChildNoMemory = 42,
+  kChildCannotReport = 43,
+  kChildRefused = 44
+};
 
 /// What the child sends: one of these after reading, then one of the next, then the heights.
 struct ParsedRecord {
@@ -26,26 +32,34 @@ struct GridRecord {
   GridPlan plan;
 };
 
-ParsedRecord Parse(const std::string& path) {
-  ParsedRecord r{};
-  ParseSTLFile(path.c_str(), &r.min[0], &r.max[0], &r.min[1], &r.max[1], &r.min[2], &r.max[2], &r.triangles);
-  return r;
+/// False where the library refuses the file without ending the process.
+bool Parse(const PreparedMesh& mesh, ParsedRecord& r) {
+  const std::string& path = mesh.path.native();
+  if (mesh.format == MeshFormat::kStl) {
+    return ParseSTLFile(path.c_str(), &r.min[0], &r.max[0], &r.min[1], &r.max[1], &r.min[2], &r.max[2],
+                        &r.triangles) == 0;
+  }
+  int vertices = 0;
+  return ParsePLYFile(path.c_str(), &r.min[0], &r.max[0], &r.min[1], &r.max[1], &r.min[2], &r.max[2],
+                      &vertices, &r.triangles) == 0;
 }
 
 /// The child's work. Heights are converted in the (scaled) unit of the prepared file.
-int ParseAndConvert(int descriptor, const std::string& path, double scale, const GridRequest& request) try {
-  const ParsedRecord parsed = Parse(path);
+int ParseAndConvert(int descriptor, const PreparedMesh& mesh, const GridRequest& request) try {
+  ParsedRecord parsed{};
+  if (!Parse(mesh, parsed)) return kChildRefused;
   if (!WriteAll(descriptor, &parsed, sizeof parsed)) return kChildCannotReport;
   GridRequest scaled = request;
-  scaled.spacing *= scale;
+  scaled.spacing *= mesh.scale;
   const GridRecord grid{
       PlanGrid(double{parsed.max[0]} - parsed.min[0], double{parsed.max[1]} - parsed.min[1], scaled)};
   const GridPlan& plan = grid.plan;
   std::vector<float> heights(static_cast<std::size_t>(plan.nx) * static_cast<std::size_t>(plan.ny));
   // The library counts intervals, one fewer than samples.
-  const unsigned status = ConvertSTLFile(plan.nx - 1, plan.ny - 1, static_cast<float>(plan.xOffset),
-                                         static_cast<float>(plan.yOffset), static_cast<float>(plan.xSize),
-                                         static_cast<float>(plan.ySize), heights.data());
+  const auto convert = mesh.format == MeshFormat::kPly ? ConvertPLYFile : ConvertSTLFile;
+  const unsigned status =
+      convert(plan.nx - 1, plan.ny - 1, static_cast<float>(plan.xOffset), static_cast<float>(plan.yOffset),
+              static_cast<float>(plan.xSize), static_cast<float>(plan.ySize), heights.data());
   if (status != 0) return kChildNoMemory;
   const bool sent = WriteAll(descriptor, &grid, sizeof grid) &&
                     WriteAll(descriptor, heights.data(), heights.size() * sizeof(float));
@@ -57,9 +71,10 @@ int ParseAndConvert(int descriptor, const std::string& path, double scale, const
   return kChildBadGrid;
 }
 
-int ParseOnly(int descriptor, const std::string& path) {
-  const ParsedRecord parsed = Parse(path);
-  CleanUpSTL();
+int ParseOnly(int descriptor, const PreparedMesh& mesh) {
+  ParsedRecord parsed{};
+  if (!Parse(mesh, parsed)) return kChildRefused;
+  mesh.format == MeshFormat::kPly ? CleanUpPLY() : CleanUpSTL();
   return WriteAll(descriptor, &parsed, sizeof parsed) ? kChildDone : kChildCannotReport;
 }
 
@@ -109,6 +124,9 @@ void RequireSuccess(const ChildOutcome& outcome, const ChildLimits& limits, std:
   }
   // The program has read the file itself: when the library finds less in it, memory ran out on the way.
   if (outcome.code == kChildNoMemory || (expected > 0 && !parsed)) FailForMemory(phase, limits);
+  if (outcome.code == kChildRefused && outcome.errors.empty()) {
+    throw Failure(ExitCode::kUnreadable, "the import could not open the file or does not take it for a mesh");
+  }
   if (outcome.code != kChildDone) FailAsTheLibraryDid(outcome);
   std::size_t at = 0;
   if (Take<ParsedRecord>(outcome.output, at).triangles < static_cast<std::int64_t>(expected)) {
@@ -183,7 +201,7 @@ GridPlan PlanGrid(double extentX, double extentY, const GridRequest& request) {
 MeshFacts ProbeMesh(const PreparedMesh& mesh, const ChildLimits& limits, Progress& progress) {
   progress.Phase("reading the mesh");
   const ChildOutcome outcome = RunInChild(
-      limits, [&](int descriptor) { return ParseOnly(descriptor, mesh.path.string()); },
+      limits, [&](int descriptor) { return ParseOnly(descriptor, mesh); },
       [&](const std::string&) { progress.Tick(); });
   progress.Finish();
   RequireSuccess(outcome, limits, mesh.triangles);
@@ -194,8 +212,7 @@ MeshFacts ProbeMesh(const PreparedMesh& mesh, const ChildLimits& limits, Progres
 ImportedMap ImportMesh(const PreparedMesh& mesh, const GridRequest& request, const ChildLimits& limits,
                        Progress& progress) {
   const ChildOutcome outcome = RunInChild(
-      limits,
-      [&](int descriptor) { return ParseAndConvert(descriptor, mesh.path.string(), mesh.scale, request); },
+      limits, [&](int descriptor) { return ParseAndConvert(descriptor, mesh, request); },
       [&](const std::string& received) {
         progress.Phase(received.size() < sizeof(ParsedRecord) ? "reading the mesh" : "converting to heights");
         progress.Tick();

@@ -7,9 +7,8 @@
 
 #include "child_process.h"
 #include "height_map.h"
+#include "mesh_repair.h"
 #include "progress.h"
-#include "stl_check.h"
-#include "stl_repair.h"
 
 namespace qv3d {
 

@@ -6,7 +6,7 @@
 #include <array>
 #include <vector>
 
-#include "stl_file.h"
+#include "mesh_file.h"
 
 namespace qv3d {
 

@@ -3,8 +3,8 @@
 
 #include "failure.h"
 #include "image.h"
+#include "mesh_repair.h"
 #include "scene_parts.h"
-#include "stl_repair.h"
 
 namespace qv3d {
 namespace {

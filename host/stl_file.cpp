@@ -1,13 +1,10 @@
 #include "stl_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <fmt/format.h>
 #include <fstream>
-#include <sys/stat.h>
 
 #include "failure.h"
 
@@ -16,13 +13,6 @@ namespace {
 
 constexpr std::size_t kHeaderBytes = 84;
 constexpr std::size_t kRecordBytes = 50;
-
-bool EqualsIgnoringCase(std::string_view text, std::string_view lower) {
-  return text.size() == lower.size() &&
-         std::equal(text.begin(), text.end(), lower.begin(), [](char a, char b) {
-           return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
-         });
-}
 
 bool SaysSolid(std::string_view bytes) {
   return EqualsIgnoringCase(bytes.substr(0, 5), "solid");
@@ -87,25 +77,6 @@ class Words {
   std::uint64_t line_ = 1;
 };
 
-/// A number in the C locale. A decimal comma is understood too, and reported.
-bool ParseNumber(std::string_view word, float& value, bool& hasComma) {
-  std::string copy;
-  if (const std::size_t comma = word.find(','); comma != std::string_view::npos) {
-    hasComma = true;
-    copy = word;
-    copy[comma] = '.';
-    word = copy;
-  }
-  if (!word.empty() && word.front() == '+') word.remove_prefix(1);
-  double wide = 0;
-  const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), wide);
-  // What a double cannot hold is far outside a float, whether it is huge or next to nothing.
-  if (error == std::errc::result_out_of_range)
-    wide = word.find("e-") != word.npos || word.find("E-") != word.npos ? 0 : HUGE_VAL;
-  value = static_cast<float>(wide);
-  return error != std::errc::invalid_argument && end == word.data() + word.size();
-}
-
 class AsciiScanner {
  public:
   AsciiScanner(std::string_view bytes, const std::function<void(const Triangle&)>& visit, StlScan& scan)
@@ -148,13 +119,13 @@ class AsciiScanner {
     bool hasComma = false;
     for (int i = 0; i < 3; ++i) {
       const std::string_view word = words_.Next();
-      float value = 0;
-      if (word.empty() || !ParseNumber(word, value, hasComma)) {
+      double value = 0;
+      if (word.empty() || !ParseForgivingly(word, value, hasComma)) {
         if (scan_.badVertices++ == 0) scan_.firstBadVertexLine = line;
         damaged_ = true;
         return word;
       }
-      if (vertices_ < 3) pending_[static_cast<std::size_t>(3 * vertices_ + i)] = value;
+      if (vertices_ < 3) pending_[static_cast<std::size_t>(3 * vertices_ + i)] = static_cast<float>(value);
     }
     scan_.decimalCommas += hasComma;
     ++vertices_;
@@ -197,28 +168,6 @@ bool LooksLikeStl(std::string_view bytes) {
   return SaysSolid(bytes) || SizeMatchesCount(bytes);
 }
 
-std::string ReadWholeFile(const std::filesystem::path& path) {
-  struct stat info;
-  if (stat(path.c_str(), &info) != 0) {
-    throw Failure(ExitCode::kUnreadable, fmt::format("{}: {}", path.string(), std::strerror(errno)),
-                  "Check the name and the permissions.");
-  }
-  if (!S_ISREG(info.st_mode)) {
-    throw Failure(
-        ExitCode::kUnreadable,
-        fmt::format("{}: {}", path.string(), S_ISDIR(info.st_mode) ? "is a directory" : "is not a file"),
-        "Name an STL file.");
-  }
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes(static_cast<std::size_t>(info.st_size), '\0');
-  if (!file || !file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) {
-    throw Failure(ExitCode::kUnreadable,
-                  fmt::format("{}: cannot be read ({})", path.string(), std::strerror(errno)),
-                  "Check the permissions.");
-  }
-  return bytes;
-}
-
 void WriteBinaryStl(const std::filesystem::path& path, const std::vector<Triangle>& triangles,
                     std::string_view header) {
   std::string bytes(kHeaderBytes + kRecordBytes * triangles.size(), '\0');
@@ -236,10 +185,6 @@ void WriteBinaryStl(const std::filesystem::path& path, const std::vector<Triangl
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.close();
   if (!file) throw Failure(ExitCode::kUnreadable, fmt::format("{}: cannot be written", path.string()));
-}
-
-double DoubledArea(const Triangle& t) {
-  return (double{t[4]} - t[7]) * t[0] + (double{t[7]} - t[1]) * t[3] + (double{t[1]} - t[4]) * t[6];
 }
 
 }  // namespace qv3d

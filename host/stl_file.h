@@ -3,7 +3,6 @@
 // it.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -12,10 +11,9 @@
 #include <string_view>
 #include <vector>
 
-namespace qv3d {
+#include "mesh_file.h"
 
-/// x, y, z of the three corners, in file order.
-using Triangle = std::array<float, 9>;
+namespace qv3d {
 
 enum class StlFormat { kBinary, kAscii };
 
@@ -48,14 +46,8 @@ StlScan ScanStl(std::string_view bytes, const std::function<void(const Triangle&
 /// explains.
 bool LooksLikeStl(std::string_view bytes);
 
-/// The bytes of a regular file. Throws Failure (unreadable) where it cannot be opened or read.
-std::string ReadWholeFile(const std::filesystem::path& path);
-
 /// Writes a binary file with the normals of the right-hand rule. Throws Failure (unreadable) where it cannot.
 void WriteBinaryStl(const std::filesystem::path& path, const std::vector<Triangle>& triangles,
                     std::string_view header);
-
-/// Twice the area of the triangle's projection on the x-y plane, with a sign.
-double DoubledArea(const Triangle& t);
 
 }  // namespace qv3d

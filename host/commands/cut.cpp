@@ -8,8 +8,8 @@
 #include "failure.h"
 #include "frame_axes.h"
 #include "mesh_cut.h"
+#include "mesh_repair.h"
 #include "report.h"
-#include "stl_check.h"
 #include "style.h"
 #include "units.h"
 
@@ -69,29 +69,18 @@ std::string Directions(const CutPlane& plane) {
   return text;
 }
 
-struct ReadMesh {
-  std::vector<Triangle> triangles;
-  Bounds bounds;
-};
-
-ReadMesh Read(const CutOptions& options) {
+MeshContent Read(const CutOptions& options) {
   const std::string bytes = ReadWholeFile(options.file);
-  RequireStl(options.file, bytes);
-  const StlCheck check = CheckStl(bytes);
-  for (const Finding& f : check.findings) {
+  MeshContent mesh = ReadMeshContent(RequireMesh(options.file, bytes), bytes);
+  for (const Finding& f : mesh.check.findings) {
     if (f.severity != Severity::kError || f.code != ExitCode::kCorrupt) continue;
     if (!f.repairable) throw Failure(f.code, fmt::format("{}: {}", options.file.string(), f.what), f.advice);
     // What other commands have to mend is no obstacle to the program's own reader.
     fmt::print(stderr, "qv3d: warning: {}\n", f.what);
   }
-  ReadMesh mesh{{}, check.bounds};
-  ScanStl(
-      bytes,
-      [&mesh](const Triangle& t) {
-        const bool isFinite = std::all_of(t.begin(), t.end(), [](float v) { return std::isfinite(v); });
-        if (isFinite) mesh.triangles.push_back(t);
-      },
-      check.scan.announced == 0);
+  std::erase_if(mesh.triangles, [](const Triangle& t) {
+    return !std::all_of(t.begin(), t.end(), [](float v) { return std::isfinite(v); });
+  });
   return mesh;
 }
 
@@ -195,7 +184,7 @@ void RunCut(const CutOptions& options) {
   const CutPlane plane = WantedPlane(options);
   Progress progress(options.quiet);
   progress.Phase("reading the mesh");
-  const ReadMesh mesh = Read(options);
+  const MeshContent mesh = Read(options);
   progress.Phase("drawing");
   const std::unique_ptr<OffscreenContext> context = OffscreenContext::Create(options.backend);
   const MeshCut cut(mesh.triangles, plane);
@@ -204,7 +193,7 @@ void RunCut(const CutOptions& options) {
     const Framebuffer bound(*context, 64, 64);
     pieces = cut.Pieces();
   }
-  if (pieces.empty()) RefuseMiss(options, mesh.bounds);
+  if (pieces.empty()) RefuseMiss(options, mesh.check.bounds);
   double length = 0;
   for (const CutPiece& p : pieces) length += std::hypot(p.x2 - p.x1, p.y2 - p.y1);
   const Box box(pieces);
@@ -225,7 +214,7 @@ void RunCut(const CutOptions& options) {
 void AddCut(CLI::App& app, Invocation& invocation) {
   CLI::App& command = *app.add_subcommand("cut", "Draw the outline in which a plane cuts a mesh");
   const auto options = std::make_shared<CutOptions>();
-  AddFileAndUnit(command, options->file, options->unit, "An STL file, binary or ASCII");
+  AddFileAndUnit(command, options->file, options->unit, "An STL or PLY file, binary or ASCII");
   AddOutputOptions(command, options->json, options->quiet);
   CLI::Option_group* const place =
       command.add_option_group("Plane", "Which plane, one of these, in the unit of the file");

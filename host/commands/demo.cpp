@@ -7,6 +7,7 @@
 #include "load.h"
 #include "report.h"
 #include "sample_part.h"
+#include "stl_file.h"
 #include "units.h"
 
 namespace qv3d {

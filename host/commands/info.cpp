@@ -1,31 +1,30 @@
-// qv3d info: what an STL file holds, and what stands in the way of measuring it.
+// qv3d info: what a mesh file holds, and what stands in the way of measuring it.
 #include <fmt/format.h>
 
 #include "commands/options.h"
 #include "failure.h"
 #include "load.h"
 #include "report.h"
-#include "stl_check.h"
 #include "units.h"
 
 namespace qv3d {
 namespace {
 
 /// Only what keeps the file from being read is an error here; that it cannot be converted is just reported.
-const Finding* FirstReadingError(const StlCheck& check) {
+const Finding* FirstReadingError(const MeshCheck& check) {
   for (const Finding& finding : check.findings) {
     if (finding.severity == Severity::kError && finding.code == ExitCode::kCorrupt) return &finding;
   }
   return nullptr;
 }
 
-void PrintText(const ImportOptions& options, const StlCheck& check, const MeshFacts* mesh) {
-  const StlScan& scan = check.scan;
-  fmt::print("{}: {} STL, {} bytes\n", options.file.string(),
-             scan.format == StlFormat::kBinary ? "binary" : "ASCII", scan.fileBytes);
-  fmt::print("triangles   {}{}\n", scan.triangles,
-             scan.format == StlFormat::kBinary && scan.announced != scan.triangles
-                 ? fmt::format(" of {} announced", scan.announced)
+void PrintText(const ImportOptions& options, const MeshCheck& check, const MeshFacts* mesh) {
+  fmt::print("{}: {}, {} bytes\n", options.file.string(), check.format, check.fileBytes);
+  if (check.vertices) fmt::print("vertices    {}\n", *check.vertices);
+  if (check.faces) fmt::print("faces       {}\n", *check.faces);
+  fmt::print("triangles   {}{}\n", check.triangles,
+             check.announcedTriangles.value_or(check.triangles) != check.triangles
+                 ? fmt::format(" of {} announced", *check.announcedTriangles)
                  : "");
   if (mesh != nullptr) {
     for (int axis = 0; axis < 3; ++axis) {
@@ -48,14 +47,15 @@ void RunInfo(const ImportOptions& options) {
   Progress progress(options.quiet);
   progress.Phase("checking the file");
   const std::string bytes = ReadWholeFile(options.file);
-  RequireStl(options.file, bytes);
-  const StlCheck check = CheckStl(bytes);
+  const MeshFormat format = RequireMesh(options.file, bytes);
+  const MeshCheck check = CheckMesh(format, bytes);
   const Finding* const error = FirstReadingError(check);
   MeshFacts mesh;
   if (error == nullptr) {
     PreparedMesh prepared;
     prepared.path = options.file;
-    prepared.triangles = check.scan.triangles;
+    prepared.format = format;
+    prepared.triangles = ExpectedTriangles(check);
     mesh = ProbeMesh(prepared, options.limits, progress);
   }
   progress.Finish();
@@ -74,7 +74,7 @@ void RunInfo(const ImportOptions& options) {
 void AddInfo(CLI::App& app, Invocation& invocation) {
   CLI::App& command = *app.add_subcommand("info", "Tell what a mesh file holds and whether it is in order");
   const auto options = std::make_shared<ImportOptions>();
-  AddFileOptions(command, *options, "An STL file, binary or ASCII");
+  AddFileOptions(command, *options, "An STL or PLY file, binary or ASCII");
   OnCommand(command, invocation, options, RunInfo);
 }
 

@@ -21,8 +21,8 @@ void AddGridOptions(CLI::App& command, ImportOptions& options) {
   command
       .add_flag(
           "--repair", options.prepare.repair,
-          "Mend what can be mended in a temporary copy: misleading header, wrong count, too few or too small "
-          "triangles, coordinates that are not finite")
+          "Mend what can be mended in a temporary copy: misleading header, wrong count, faces of more than "
+          "three corners, too few or too small triangles, coordinates that are not finite")
       ->group("Import");
   // For tests of what happens when the library ends the process.
   command.add_flag("!--no-check", options.prepare.check)->group("");
@@ -93,7 +93,7 @@ void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what)
 
 void AddSurfaceOptions(CLI::App& command, ImportOptions& options) {
   AddFileOptions(command, options,
-                 "A mesh (STL, binary or ASCII) or a height map (.csv, .txt: rows of heights)");
+                 "A mesh (STL or PLY, binary or ASCII) or a height map (.csv, .txt: rows of heights)");
   AddGridOptions(command, options);
 }
 

@@ -135,7 +135,10 @@ void AddMethodOptions(CLI::App& command, Points2GridOptions& options) {
 void AddPoints2Grid(CLI::App& app, Invocation& invocation) {
   CLI::App& command = *app.add_subcommand("points2grid", "Write scattered points as a height map");
   const auto options = std::make_shared<Points2GridOptions>();
-  command.add_option("FILE", options->file, "Points (.xyz, .csv, .txt: x, y and z on every line)")
+  command
+      .add_option(
+          "FILE", options->file,
+          "Points (.xyz, .csv, .txt: x, y and z on every line) or a PLY file, whose vertices are taken")
       ->required();
   AddUnitOption(command, options->unit);
   AddNodeOptions(command, *options);

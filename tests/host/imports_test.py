@@ -7,12 +7,12 @@ import struct
 import subprocess
 import unittest
 
-from support import PROGRAM, SANITIZED, ProgramTest, ascii_stl, binary_stl, sheet
+from support import PROGRAM, SANITIZED, ProgramTest, ascii_stl, binary_stl, ply, ply_sheet, sheet
 
 COMMANDS = (["stats"], ["mesh2grid", "-o", "out.csv"], ["render", "-o", "out.png"])
 
 
-class BadFiles(ProgramTest):
+class BadFileTest(ProgramTest):
     def expect(self, name, status, says, info_status=None):
         """All commands that need the file in order end alike."""
         for command, *rest in COMMANDS:
@@ -22,6 +22,8 @@ class BadFiles(ProgramTest):
         self.run_program("info", name, status=status if info_status is None else info_status)
         self.assertFalse({"out.csv", "out.png"} & set(os.listdir(self.folder)))
 
+
+class BadFiles(BadFileTest):
     def test_missing_file(self):
         self.expect("missing.stl", 2, "No such file")
 
@@ -79,10 +81,33 @@ class BadFiles(ProgramTest):
         self.expect("bad.stl", 3, "the first on line 4")
 
     def test_other_formats(self):
-        self.write("mesh.ply", b"ply\nformat ascii 1.0\nend_header\n")
-        self.expect("mesh.ply", 2, "PLY file, which is not supported yet")
+        self.write("mesh.ply", b"nothing to see here")
+        self.expect("mesh.ply", 2, "no PLY file")
         self.write("notes.doc", b"nothing to see here")
         self.expect("notes.doc", 2, "not supported yet")
+
+
+class BadPlyFiles(BadFileTest):
+    def test_no_vertices(self):
+        self.write("mesh.ply", b"ply\nformat ascii 1.0\nend_header\n")
+        self.expect("mesh.ply", 3, "no vertices")
+
+    def test_carriage_returns(self):
+        self.write("mesh.ply", ply_sheet(12).replace(b"\n", b"\r\n"))
+        self.expect("mesh.ply", 3, "carriage return")
+
+    def test_truncated(self):
+        for encoding in ("ascii", "binary_little_endian", "binary_big_endian"):
+            self.write("mesh.ply", ply_sheet(12, encoding=encoding)[:-40])
+            self.expect("mesh.ply", 3, 'announces 288 records of "face"')
+
+    def test_what_the_import_would_lose(self):
+        for content, says in ((ply_sheet(15, corners=4), "225 of 225 faces have more than three corners"),
+                              (ply_sheet(12, corners_list="vertex_index"), "knows only"),
+                              (ply([(0, 0, 0), (1, 1, 1)], []), "cloud of points"),
+                              (ply_sheet(9), "162 faces")):
+            self.write("mesh.ply", content)
+            self.expect("mesh.ply", 4, says, info_status=0)
 
 
 class LibraryEnds(ProgramTest):
@@ -189,6 +214,72 @@ class Repair(ProgramTest):
         self.run_program("stats", name, "--repair", env={"TMPDIR": temporary})
         self.assertEqual(os.listdir(temporary), [])
         self.run_program("stats", name, "--repair", env={"TMPDIR": "/no/such/folder"}, status=2)
+
+
+class Ply(ProgramTest):
+    def statistics(self, name, content, *options):
+        self.write(name, content)
+        return self.run_json("stats", name, "--nx", "100", *options)
+
+    def test_mesh_is_measured_like_its_twin(self):
+        wanted = self.statistics("twin.stl", binary_stl(sheet(12)))
+        for encoding in ("ascii", "binary_little_endian", "binary_big_endian"):
+            report = self.statistics("mesh.ply", ply_sheet(12, encoding=encoding))
+            self.assertEqual(report["mended"], [])
+            self.assertEqual(report["mesh"]["triangles"], 288)
+            self.assertAlmostEqual(report["statistics"]["Sa"], wanted["statistics"]["Sa"], delta=1e-6)
+            for axis in "xyz":
+                for end, other in zip(report["mesh"][axis], wanted["mesh"][axis]):
+                    self.assertAlmostEqual(end, other, delta=1e-5)
+
+    def test_mended_meshes_are_measured_like_the_good_one(self):
+        wanted = self.statistics("good.ply", ply_sheet(12))["statistics"]["Sa"]
+        binary = {"encoding": "binary_big_endian"}
+        for content, says in ((ply_sheet(12).replace(b"\n", b"\r\n"), "carriage returns"),
+                              (ply_sheet(12).replace(b"\n", b"\r"), "carriage returns"),
+                              (ply_sheet(12, corners_list="vertex_index", **binary), "took the list"),
+                              (ply_sheet(12, corners=4, **binary), "divided 144 faces"),
+                              (ply_sheet(12).replace(b"1.0\n", b"\n", 1), "format")):
+            with self.subTest(says):
+                report = self.statistics("bad.ply", content, "--repair")
+                self.assertTrue(any(says in action for action in report["mended"]), report["mended"])
+                self.assertAlmostEqual(report["statistics"]["Sa"], wanted, delta=1e-6)
+                with open(self.path("bad.ply"), "rb") as file:
+                    self.assertEqual(file.read(), content)
+
+    def test_other_damage_is_mended(self):
+        for content, says in ((ply_sheet(12)[:-40], 'count of "face"'),
+                              (ply_sheet(12, encoding="binary_little_endian")[:-40], "to the 284 that are there"),
+                              (ply_sheet(9), "divided 162 triangles into 648"),
+                              (ply_sheet(12, side=1e-4), "times larger"),
+                              (ply_sheet(12).replace(b"int vertex", b"foo vertex"), "type that does not exist"),
+                              (ply_sheet(12).replace(b"end_header\n", b"end_header\nx "), "numbers that are none"),
+                              (ply_sheet(12).replace(b"end_header\n", b"end_header\nnan "), "not finite")):
+            with self.subTest(says):
+                report = self.statistics("bad.ply", content, "--repair")
+                self.assertTrue(any(says in action for action in report["mended"]), report["mended"])
+
+    def test_info_tells_vertices_and_faces(self):
+        self.write("quads.ply", ply_sheet(15, corners=4))
+        check = self.run_json("info", "quads.ply")["check"]
+        self.assertEqual((check["format"], check["vertices"], check["faces"], check["triangles"]),
+                         ("ASCII PLY", 256, 225, 450))
+        self.assertIn("faces       225", self.run_program("info", "quads.ply").stdout)
+
+    def test_commands_take_it(self):
+        self.write("mesh.ply", ply_sheet(12, encoding="binary_little_endian"))
+        for command, *rest in (*COMMANDS, ["info"], ["filter", "--gaussian", "2.5", "-o", "f.csv"], ["cut", "--x", "5.1", "-o", "c.png"],
+                               ["gallery", "-o", "g.png"], ["spectrum"], ["autocorrelate"]):
+            self.run_program(command, "mesh.ply", *rest)
+
+    def test_library_meets_the_file_itself(self):
+        for content, status, says in ((ply_sheet(12).replace(b"\n", b"\r\n"), 2, "does not take it"),
+                                      (ply_sheet(12)[:-40], 4, "unexpected end of file"),
+                                      (ply_sheet(9), 4, "Bad cell index"),
+                                      (ply_sheet(12, corners_list="vertex_index"), 4, "every sample is missing")):
+            self.write("mesh.ply", content)
+            self.assertIn(says, self.run_program("stats", "mesh.ply", "--no-check", status=status).stderr)
+        self.assertIn("could not open", self.run_program("stats", "missing.ply", "--no-check", status=2).stderr)
 
 
 class Limits(ProgramTest):

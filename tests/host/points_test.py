@@ -5,7 +5,7 @@ import math
 import random
 import unittest
 
-from support import ProgramTest
+from support import ProgramTest, ply
 
 
 def read_grid(path):
@@ -91,6 +91,28 @@ class Points2Grid(ProgramTest):
         self.write("p.xyz", b"0 0 1\n1 0 1\nnan 1 1\n0 1 inf\n0 1 1\n")
         result = self.run_program("points2grid", "p.xyz", "--nx", "3")
         self.assertIn("2 points with a coordinate that is not a number", result.stderr)
+
+    def test_vertices_of_ply_files_are_points(self):
+        points = [tuple(round(v, 3) for v in p) for p in scattered(300, lambda x, y: 1 + 2 * x - 3 * y)]
+        self.write("p.xyz", lines(points))
+        self.run_program("points2grid", "p.xyz", "--triangles", "--nx", "9", "--ny", "9", "-o", "g.csv")
+        wanted = read_grid(self.path("g.csv"))
+        for encoding in ("ascii", "binary_little_endian", "binary_big_endian"):
+            self.write("p.ply", ply(points, [[0, 1, 2]], encoding=encoding))
+            report = self.run_json("points2grid", "p.ply", "--triangles", "--nx", "9", "--ny", "9", "-o", "h.csv")
+            self.assertEqual(report["points"], 300)
+            for row, expected in zip(read_grid(self.path("h.csv")), wanted, strict=True):
+                for z, other in zip(row, expected, strict=True):
+                    self.assertAlmostEqual(z, other, delta=1e-5)
+        self.write("p.ply", ply(points, []).replace(b"\n", b"\r\n"))
+        self.assertEqual(self.run_json("points2grid", "p.ply")["points"], 300)
+
+    def test_ply_files_that_are_not_whole_say_so(self):
+        whole = ply([(0, 0, 1), (1, 0, 1), (0, 1, 1)], [])
+        for content, says in ((whole[:-6], "announces 3 vertices, but only 2"), (whole[:40], "end_header"),
+                              (whole.replace(b"float z", b"float w"), 'no property "z"')):
+            self.write("p.ply", content)
+            self.assertIn(says, self.run_program("points2grid", "p.ply", status=3).stderr)
 
     def test_what_cannot_be_gridded_says_so(self):
         for content, status in ((b"", 4), (b"1 2\n", 3), (b"1 2 three\n", 3), (b"0 0 1\n1 0 1\n2 0 1\n", 4)):

@@ -217,23 +217,24 @@ TEST(CheckStl, EveryPrefixOfABinaryFile_IsReadWithoutHarm) {
   }
 }
 
-TEST(RequireStl, OtherFormats_AreNamed) {
+TEST(RequireMesh, OtherFormats_AreNamed) {
   const auto message = [](const char* name, const std::string& bytes) -> std::string {
     try {
-      RequireStl(name, bytes);
+      return RequireMesh(name, bytes) == MeshFormat::kPly ? "PLY" : "STL";
     } catch (const Failure& failure) {
       EXPECT_EQ(failure.code(), ExitCode::kUnreadable);
       return failure.what();
     }
-    return "accepted";
   };
-  EXPECT_NE(message("a.ply", "ply\nformat ascii 1.0\n").find("PLY"), std::string::npos);
-  EXPECT_NE(message("a.stl", "ply\r\nformat ascii 1.0\r\n").find("PLY"), std::string::npos);
+  EXPECT_EQ(message("a.ply", "ply\nformat ascii 1.0\n"), "PLY");
+  EXPECT_EQ(message("a.stl", "ply\r\nformat ascii 1.0\r\n"), "PLY");
+  EXPECT_EQ(message("a.ply", BinaryStl(Sheet(2))), "STL");
+  EXPECT_NE(message("a.ply", "nothing").find("no PLY file"), std::string::npos);
   EXPECT_NE(message("a.3mf", "PK\x03\x04...").find("ZIP"), std::string::npos);
   EXPECT_NE(message("a.txt", "some text").find("not supported yet"), std::string::npos);
-  EXPECT_EQ(message("a.dat", BinaryStl(Sheet(2))), "accepted");
-  EXPECT_EQ(message("a.stl", "garbage"), "accepted");
-  EXPECT_EQ(message("a.STL", ""), "accepted");
+  EXPECT_EQ(message("a.dat", BinaryStl(Sheet(2))), "STL");
+  EXPECT_EQ(message("a.stl", "garbage"), "STL");
+  EXPECT_EQ(message("a.STL", ""), "STL");
 }
 
 }  // namespace

@@ -69,6 +69,30 @@ def ascii_stl(triangles):
     return ("solid test\n" + facets + "endsolid test\n").encode()
 
 
+def ply(vertices, faces, encoding="ascii", corners_list="vertex_indices"):
+    """Vertices as they are, in the file's own axes; faces as lists of any length."""
+    header = ("ply\nformat %s 1.0\nelement vertex %d\n" % (encoding, len(vertices)) +
+              "".join("property float %s\n" % axis for axis in "xyz") +
+              "element face %d\nproperty list uchar int %s\nend_header\n" % (len(faces), corners_list)).encode()
+    if encoding == "ascii":
+        rows = ["%.9g %.9g %.9g" % tuple(v) for v in vertices]
+        rows += [" ".join(map(str, [len(face), *face])) for face in faces]
+        return header + "".join(row + "\n" for row in rows).encode()
+    order = ">" if encoding == "binary_big_endian" else "<"
+    return (header + b"".join(struct.pack(order + "3f", *v) for v in vertices) +
+            b"".join(struct.pack(order + "B%di" % len(face), len(face), *face) for face in faces))
+
+
+def ply_sheet(cells, side=10.0, corners=3, **kind):
+    """The surface of sheet() as a PLY file that is turned so that the import turns it back."""
+    places = {}
+    number = lambda corner: places.setdefault(tuple(round(v, 9) for v in corner), len(places))
+    faces = [[number(corner) for corner in triangle] for triangle in sheet(cells, side)]
+    if corners == 4:  # every two triangles share their second side
+        faces = [[b, e, c, a] for (a, b, c), (_, e, _) in zip(faces[::2], faces[1::2])]
+    return ply([(z, x, -y) for x, y, z in places], faces, **kind)
+
+
 def grid(width, height, spacing, function):
     """A height map in millimetres as text; `function` gives a height, or None where a sample is missing."""
     lines = ["# Width: %.9g mm" % (width * spacing), "# Height: %.9g mm" % (height * spacing), "# Value units: mm"]
