@@ -73,6 +73,11 @@ bool IsWhole(PlyType type) {
   return type != PlyType::kFloat32 && type != PlyType::kFloat64 && type != PlyType::kNone;
 }
 
+/// Negative lengths and none at all are 0.
+std::uint64_t ListLength(double count) {
+  return count > 0 ? static_cast<std::uint64_t>(std::min(count, 0x1p53)) : 0;
+}
+
 class TextReader {
  public:
   TextReader(std::string_view bytes, const PlyBodyStart& start, PlyFile& file)
@@ -125,9 +130,9 @@ class TextReader {
         if (use != Use::kNothing) receiver.Take(use, Number(word, property.type));
         continue;
       }
-      const double count = Number(NextWord(), property.countType);
+      const std::uint64_t count = ListLength(Number(NextWord(), property.countType));
       // A list cannot be longer than its line: the loop ends with it.
-      for (double k = 0; k < count; ++k) {
+      for (std::uint64_t k = 0; k < count; ++k) {
         const std::string_view word = NextWord();
         if (use != Use::kNothing) receiver.Take(use, Number(word, property.type));
         if (word.empty()) break;
@@ -244,18 +249,18 @@ class BinaryReader {
   bool ReadRecord(const PlyElement& element, Receiver& receiver) {
     for (std::size_t i = 0; i < element.properties.size(); ++i) {
       const PlyProperty& property = element.properties[i];
-      double count = 1, value = 0;
-      if (property.kind != PlyKind::kScalar && !ReadValue(property.countType, count)) return false;
-      if (!(count > 0)) continue;
-      count = std::floor(count);
+      double length = 1, value = 0;
+      if (property.kind != PlyKind::kScalar && !ReadValue(property.countType, length)) return false;
+      const std::uint64_t count = ListLength(length);
+      if (count == 0) continue;
       const std::size_t size = BytesOf(property.type);
-      if (size == 0 || count > static_cast<double>(Left() / size)) return false;
+      if (size == 0 || count > Left() / size) return false;
       const Use use = receiver.UseOfProperty(i);
       if (use == Use::kNothing) {
-        at_ += static_cast<std::size_t>(count) * size;
+        at_ += count * size;
         continue;
       }
-      for (double k = 0; k < count; ++k) {
+      for (std::uint64_t k = 0; k < count; ++k) {
         if (!ReadValue(property.type, value)) return false;
         receiver.Take(use, value);
       }
