@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "height_map.h"
-#include "load.h"
+#include "analysis/height_map.h"
+#include "import/load.h"
 
 namespace qv3d {
 

@@ -10,7 +10,7 @@ namespace qv::kernels::QV_KERNEL_ISA {
 /// leaves out.
 template <class Vector, int kCount>
 struct Sorted {
-  Vector at[kCount > 0 ? kCount : 1];
+  Vector at[kCount + (kCount == 0)];  // no array is empty
 };
 
 template <class Vector>

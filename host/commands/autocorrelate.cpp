@@ -1,13 +1,13 @@
 // qv3d autocorrelate: how like itself a surface is at a distance.
 #include <fmt/format.h>
 
+#include "analysis/correlation.h"
 #include "commands/options.h"
-#include "correlation.h"
-#include "field_picture.h"
-#include "grid_file.h"
+#include "files/grid_file.h"
+#include "import/whole_map.h"
+#include "plots/field_picture.h"
 #include "report.h"
 #include "units.h"
-#include "whole_map.h"
 
 namespace qv3d {
 namespace {

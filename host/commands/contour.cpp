@@ -7,10 +7,10 @@
 #include <GL/gl.h>
 
 #include "commands/options.h"
-#include "contour_files.h"
+#include "files/contour_files.h"
+#include "plots/style.h"
+#include "plots/ticks.h"
 #include "report.h"
-#include "style.h"
-#include "ticks.h"
 #include "units.h"
 
 namespace qv3d {

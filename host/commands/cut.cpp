@@ -5,12 +5,12 @@
 #include <limits>
 
 #include "commands/options.h"
+#include "drawing/mesh_cut.h"
 #include "failure.h"
-#include "frame_axes.h"
-#include "mesh_cut.h"
-#include "mesh_repair.h"
+#include "files/mesh_repair.h"
+#include "plots/frame_axes.h"
+#include "plots/style.h"
 #include "report.h"
-#include "style.h"
 #include "units.h"
 
 namespace qv3d {

@@ -4,10 +4,10 @@
 
 #include "commands/options.h"
 #include "failure.h"
-#include "load.h"
+#include "files/stl_file.h"
+#include "import/load.h"
+#include "import/sample_part.h"
 #include "report.h"
-#include "sample_part.h"
-#include "stl_file.h"
 #include "units.h"
 
 namespace qv3d {

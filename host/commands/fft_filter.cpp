@@ -4,14 +4,14 @@
 #include <fmt/format.h>
 #include <map>
 
+#include "analysis/frequency_filter.h"
 #include "commands/options.h"
 #include "failure.h"
-#include "field_picture.h"
-#include "frequency_filter.h"
-#include "grid_file.h"
+#include "files/grid_file.h"
+#include "import/whole_map.h"
+#include "plots/field_picture.h"
 #include "report.h"
 #include "units.h"
-#include "whole_map.h"
 
 namespace qv3d {
 namespace {

@@ -1,13 +1,13 @@
 // qv3d filter: a surface split into a smooth part and what is left.
 #include <fmt/format.h>
 
+#include "analysis/hole_fill.h"
+#include "analysis/surface_filter.h"
 #include "commands/options.h"
-#include "grid_file.h"
-#include "hole_fill.h"
-#include "load.h"
-#include "map_sheet.h"
+#include "files/grid_file.h"
+#include "import/load.h"
+#include "plots/map_sheet.h"
 #include "report.h"
-#include "surface_filter.h"
 #include "units.h"
 
 namespace qv3d {

@@ -1,10 +1,10 @@
 // qv3d gallery: a sheet of all styles of drawing.
-#include "gallery.h"
+#include "drawing/gallery.h"
 
 #include <fmt/format.h>
 
 #include "commands/view_options.h"
-#include "load.h"
+#include "import/load.h"
 #include "report.h"
 
 namespace qv3d {

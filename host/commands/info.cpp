@@ -3,7 +3,7 @@
 
 #include "commands/options.h"
 #include "failure.h"
-#include "load.h"
+#include "import/load.h"
 #include "report.h"
 #include "units.h"
 

@@ -2,8 +2,8 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "grid_file.h"
-#include "load.h"
+#include "files/grid_file.h"
+#include "import/load.h"
 #include "report.h"
 #include "units.h"
 

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "commands/commands.h"
-#include "load.h"
-#include "offscreen.h"
-#include "picture.h"
+#include "drawing/offscreen.h"
+#include "drawing/picture.h"
+#include "import/load.h"
 
 namespace qv3d {
 

@@ -1,11 +1,11 @@
 // qv3d pick: which sample lies under a pixel of a picture.
-#include "pick.h"
+#include "drawing/pick.h"
 
 #include <fmt/format.h>
 
 #include "commands/view_options.h"
 #include "failure.h"
-#include "load.h"
+#include "import/load.h"
 #include "report.h"
 #include "units.h"
 

@@ -2,8 +2,8 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "grid_file.h"
-#include "points.h"
+#include "files/grid_file.h"
+#include "import/points.h"
 #include "report.h"
 #include "units.h"
 

@@ -3,8 +3,8 @@
 
 #include "commands/view_options.h"
 #include "failure.h"
-#include "image_compare.h"
-#include "load.h"
+#include "import/load.h"
+#include "plots/image_compare.h"
 #include "report.h"
 
 namespace qv3d {

@@ -1,5 +1,5 @@
 // qv3d resample: a height map with another number of samples.
-#include "resample.h"
+#include "analysis/resample.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,8 +7,8 @@
 
 #include "commands/options.h"
 #include "failure.h"
-#include "grid_file.h"
-#include "load.h"
+#include "files/grid_file.h"
+#include "import/load.h"
 #include "report.h"
 #include "units.h"
 

@@ -2,13 +2,13 @@
 #include <fmt/format.h>
 #include <iterator>
 
+#include "analysis/round_profile.h"
 #include "commands/options.h"
 #include "failure.h"
-#include "image.h"
-#include "plot.h"
-#include "polar_plot.h"
+#include "plots/image.h"
+#include "plots/plot.h"
+#include "plots/polar_plot.h"
 #include "report.h"
-#include "round_profile.h"
 #include "units.h"
 
 namespace qv3d {

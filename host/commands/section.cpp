@@ -1,5 +1,5 @@
 // qv3d section: a profile of a surface.
-#include "section.h"
+#include "analysis/section.h"
 
 #include <QV_3D.h>
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 #include "commands/options.h"
 #include "failure.h"
-#include "plot.h"
+#include "plots/plot.h"
 #include "report.h"
 #include "units.h"
 

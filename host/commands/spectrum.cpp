@@ -1,5 +1,5 @@
 // qv3d spectrum: which waves a surface is made of.
-#include "spectrum.h"
+#include "analysis/spectrum.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,11 +7,11 @@
 #include <iterator>
 
 #include "commands/options.h"
-#include "field_picture.h"
-#include "plot.h"
+#include "import/whole_map.h"
+#include "plots/field_picture.h"
+#include "plots/plot.h"
 #include "report.h"
 #include "units.h"
-#include "whole_map.h"
 
 namespace qv3d {
 namespace {

@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "load.h"
+#include "import/load.h"
 #include "report.h"
 #include "units.h"
 

@@ -1,5 +1,5 @@
 // Contour lines: joining segments, and the files they are written to.
-#include "contour_lines.h"
+#include "analysis/contour_lines.h"
 
 #include <QV_3D.h>
 #include <algorithm>
@@ -9,7 +9,7 @@
 #include <random>
 #include <sstream>
 
-#include "contour_files.h"
+#include "files/contour_files.h"
 
 namespace qv3d {
 namespace {

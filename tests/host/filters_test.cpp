@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 #include <numbers>
 
-#include "crop.h"
+#include "analysis/crop.h"
+#include "analysis/hole_fill.h"
+#include "analysis/resample.h"
+#include "analysis/round_profile.h"
+#include "analysis/surface_filter.h"
 #include "failure.h"
-#include "hole_fill.h"
-#include "image.h"
-#include "resample.h"
-#include "round_profile.h"
-#include "surface_filter.h"
+#include "plots/image.h"
 
 namespace qv3d {
 namespace {

@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "camera.h"
-#include "child_process.h"
-#include "colour_map.h"
+#include "analysis/height_map.h"
+#include "drawing/camera.h"
+#include "drawing/colour_map.h"
 #include "failure.h"
-#include "height_map.h"
-#include "safe_import.h"
-#include "sample_part.h"
+#include "import/child_process.h"
+#include "import/safe_import.h"
+#include "import/sample_part.h"
 #include "units.h"
 
 namespace qv3d {

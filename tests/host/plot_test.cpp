@@ -1,11 +1,11 @@
 // Line plots, and what they are drawn on.
-#include "plot.h"
+#include "plots/plot.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 
-#include "style.h"
-#include "ticks.h"
+#include "plots/style.h"
+#include "plots/ticks.h"
 
 namespace qv3d {
 namespace {

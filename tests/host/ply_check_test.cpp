@@ -1,11 +1,11 @@
-#include "ply_check.h"
+#include "files/ply_check.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
 
-#include "ply_repair.h"
+#include "files/ply_repair.h"
 #include "ply_samples.h"
 
 namespace qv3d {

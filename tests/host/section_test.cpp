@@ -1,5 +1,5 @@
 // Profiles of height maps, and planes through meshes.
-#include "section.h"
+#include "analysis/section.h"
 
 #include <QV_3D.h>
 #include <algorithm>
@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <random>
 
-#include "mesh_cut.h"
+#include "drawing/mesh_cut.h"
 
 namespace qv3d {
 namespace {

@@ -6,11 +6,11 @@
 #include <numbers>
 #include <random>
 
-#include "correlation.h"
+#include "analysis/correlation.h"
+#include "analysis/frequency_filter.h"
+#include "analysis/spectrum.h"
 #include "failure.h"
-#include "frequency_filter.h"
-#include "spectrum.h"
-#include "whole_map.h"
+#include "import/whole_map.h"
 
 namespace qv3d {
 namespace {

@@ -1,4 +1,4 @@
-#include "stl_check.h"
+#include "files/stl_check.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

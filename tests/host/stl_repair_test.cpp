@@ -1,11 +1,11 @@
-#include "stl_repair.h"
+#include "files/stl_repair.h"
 
 #include <cmath>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <limits>
 
-#include "image.h"
+#include "plots/image.h"
 #include "stl_samples.h"
 
 namespace qv3d {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "stl_file.h"
+#include "files/stl_file.h"
 
 namespace qv3d {
 

@@ -1,0 +1,21 @@
+// A height map with another number of samples.
+#pragma once
+
+#include "analysis/height_map.h"
+
+namespace qv3d {
+
+enum class Interpolation { kBilinear, kBicubic };
+
+/// Samples of the input from one sample of the output to the next. Enlarging by the bilinear resampler takes
+/// a little less than the sizes suggest.
+double ResampleStep(int inSize, int outSize, Interpolation interpolation);
+
+/// The greatest error that the bicubic resampler's last weight makes along a row, as a share of the height
+/// above the mean; 0 where every new column falls onto one of the old.
+double BicubicError(int inWidth, int outWidth);
+
+/// Throws Failure (not computable) where memory runs out.
+HeightMap ResampleMap(const HeightMap& map, int width, int height, Interpolation interpolation);
+
+}  // namespace qv3d

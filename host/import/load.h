@@ -1,0 +1,48 @@
+// From a file to a height map that is ready to be measured or drawn.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "analysis/height_map.h"
+#include "files/mesh_repair.h"
+#include "import/child_process.h"
+#include "import/safe_import.h"
+#include "progress.h"
+
+namespace qv3d {
+
+/// Which surface is wanted, and how a file becomes one.
+struct ImportOptions {
+  std::filesystem::path file;
+  PrepareOptions prepare;
+  ChildLimits limits;
+  GridRequest grid;
+  std::string unit = "mm";
+  bool fill = false;
+  bool level = true;
+  bool json = false;
+  bool quiet = false;
+};
+
+struct LoadedMap {
+  bool fromMesh = true;  ///< otherwise the file was a height map, and the next two are empty
+  PreparedMesh prepared;
+  MeshFacts mesh;
+  HeightMap map;            ///< filled and levelled as asked for
+  std::size_t missing = 0;  ///< samples that were missing before filling
+  Plane plane;              ///< what levelling subtracted
+
+  double MissingShare() const {
+    return static_cast<double>(missing) / static_cast<double>(map.heights.size());
+  }
+};
+
+/// Reads a height map, or checks, mends and imports a mesh; then levels and fills. Warnings go to the
+/// standard error stream.
+LoadedMap LoadHeightMap(const ImportOptions& options, Progress& progress);
+
+/// Prints what the check found short of errors, what was mended, and what the library remarked.
+void PrintRemarks(const PreparedMesh& prepared, const std::string& libraryMessages);
+
+}  // namespace qv3d

@@ -1,0 +1,28 @@
+// Height maps for what knows no missing samples: the transforms.
+#pragma once
+
+#include <vector>
+
+#include "import/load.h"
+
+namespace qv3d {
+
+struct WholeMap {
+  LoadedMap loaded;           ///< without missing samples
+  std::vector<bool> missing;  ///< which samples were missing; empty where none was
+};
+
+/// As LoadHeightMap. Throws Failure (not computable) where samples are missing and none were to be filled.
+WholeMap LoadWholeMap(const ImportOptions& options, Progress& progress);
+
+/// Marks the samples that were missing as missing again.
+void RestoreMissing(const WholeMap& whole, std::vector<float>& heights);
+
+/// The smallest power of two that is at least n.
+int PowerOfTwoAbove(int n);
+
+/// The heights less their mean, in the middle of a grid of zeros; the first sample lies at column (columns -
+/// width) / 2 and row (rows - height) / 2.
+std::vector<float> PadWithZeros(const HeightMap& map, int columns, int rows);
+
+}  // namespace qv3d
