@@ -9,22 +9,14 @@
 // the same whether it is rounded once or first to double: there single precision does, with twice the lanes.
 #include "kernels/kernels.h"
 #include "kernels/lanes.h"
+#include "kernels/wide.h"
 
 namespace qv::kernels::QV_KERNEL_ISA {
 
 namespace {
 
-// Lanes of a register of doubles, and lines of a square that is transposed at once.
-#if defined(__AVX512F__)
-inline constexpr int kWide = 8;
-#elif defined(__AVX2__)
-inline constexpr int kWide = 4;
-#else
-inline constexpr int kWide = 2;
-#endif
+// Lines of a square that is transposed at once.
 inline constexpr int kSquare = 2 * kWide;
-using Wide = double __attribute__((vector_size(8 * kWide)));
-using Narrow = float __attribute__((vector_size(4 * kWide)));
 using Strip = float __attribute__((vector_size(4 * kSquare)));
 
 /// Position i of the sixteen lines lies at work + i * kPitch: their real parts, then their imaginary parts.

@@ -4,29 +4,14 @@
 
 #include "kernels/kernels.h"
 #include "kernels/lanes.h"
+#include "kernels/wide.h"
 
 namespace qv::kernels::QV_KERNEL_ISA {
 
 namespace {
 
-#if defined(__AVX512F__)
-inline constexpr int kWide = 8;
-#elif defined(__AVX2__)
-inline constexpr int kWide = 4;
-#else
-inline constexpr int kWide = 2;
-#endif
-using Wide = double __attribute__((vector_size(8 * kWide)));
 using Bits = std::uint64_t __attribute__((vector_size(8 * kWide)));
 
-QV_INLINE Wide LoadWide(const double* from) {
-  Wide v;
-  __builtin_memcpy(&v, from, sizeof v);
-  return v;
-}
-QV_INLINE void StoreWide(double* to, const Wide& v) {
-  __builtin_memcpy(to, &v, sizeof v);
-}
 QV_INLINE Bits BitsOf(const Wide& v) {
   return reinterpret_cast<Bits>(v);
 }

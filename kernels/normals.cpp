@@ -5,22 +5,13 @@
 #include "kernels/kernels.h"
 #include "kernels/lanes.h"
 #include "kernels/normal_formula.h"
+#include "kernels/wide.h"
 
 namespace qv::kernels::QV_KERNEL_ISA {
 
 namespace {
 
-// No value depends on its neighbours in a vector, so the vectors may be as wide as the registers are.
-#if defined(__AVX512F__)
-inline constexpr int kWide = 8;
-#elif defined(__AVX2__)
-inline constexpr int kWide = 4;
-#else
-inline constexpr int kWide = 2;
-#endif
-using Wide = double __attribute__((vector_size(8 * kWide)));
 using Bits = std::int64_t __attribute__((vector_size(8 * kWide)));
-using Narrow = float __attribute__((vector_size(4 * kWide)));
 
 // GCC 12 widens in halves where one instruction does it, and has no root of a vector.
 #if defined(__AVX512F__)
@@ -52,15 +43,11 @@ QV_INLINE Bits BitsOf(const Wide& v) {
   return reinterpret_cast<Bits>(v);
 }
 
+using qv::kernels::QV_KERNEL_ISA::LoadWide;  // of doubles
 QV_INLINE Wide LoadWide(const float* from) {
   Narrow v;
   __builtin_memcpy(&v, from, sizeof v);
   return Widen(v);
-}
-QV_INLINE Wide LoadWide(const double* from) {
-  Wide v;
-  __builtin_memcpy(&v, from, sizeof v);
-  return v;
 }
 QV_INLINE Wide Selected(const Wide& v, const Bits& mask) {
   return reinterpret_cast<Wide>(BitsOf(v) & mask);

@@ -10,6 +10,7 @@
 #include "exports/QV_3D.h"
 #include "mesh/stl_reader.h"
 #include "tests/reference/mesh_to_grid_reference.h"
+#include "tests/support/conversion.h"
 #include "tests/support/fake_diagnostics.h"
 #include "tests/support/guarded.h"
 #include "tests/support/random_grid.h"
@@ -21,9 +22,11 @@ namespace {
 using qv::mesh::stl;
 using qv::mesh::Triangle;
 using qv::mesh::Vertex;
+using qv::test::Converted;
 using qv::test::GridReference;
 using qv::test::Guarded;
 using qv::test::MeshToGridReference;
+using qv::test::Placement;
 using qv::test::Random;
 using qv::test::TakeMessages;
 using qv::test::Triangles;
@@ -39,32 +42,9 @@ void Load(const Triangles& triangles) {
   stl.StlBounds.Widen(triangles.data(), triangles.size());
 }
 
-struct Placement {
-  int nx, ny;
-  float xOffset, yOffset, xSize, ySize;
-};
-
-struct Converted {
-  bool ended = false;
-  unsigned status = 77;
-  std::vector<float> heights;
-  bool untouched = false;
-  std::string messages;
-};
-
 Converted Convert(const Triangles& triangles, const Placement& p) {
   Load(triangles);
-  TakeMessages();
-  Converted out;
-  const std::size_t count =
-      p.nx < 0 || p.ny < 0 ? 1 : (static_cast<std::size_t>(p.nx) + 1) * (static_cast<std::size_t>(p.ny) + 1);
-  Guarded<float> heights(count);
-  out.ended = qv::test::EndsProcess([&] {
-    out.status = ConvertSTLFile(p.nx, p.ny, p.xOffset, p.yOffset, p.xSize, p.ySize, heights.data());
-  });
-  out.messages = TakeMessages();
-  out.heights = heights.Values();
-  out.untouched = heights.Untouched();
+  Converted out = qv::test::ConvertGuarded(ConvertSTLFile, p);
   EXPECT_EQ(stl.StlTriangles.data(), nullptr) << "the mesh must be gone";
   return out;
 }

@@ -6,6 +6,7 @@
 #include "exports/QV_3D.h"
 #include "mesh/ply_reader.h"
 #include "tests/reference/mesh_to_grid_reference.h"
+#include "tests/support/conversion.h"
 #include "tests/support/fake_diagnostics.h"
 #include "tests/support/guarded.h"
 #include "tests/support/ply_files.h"
@@ -18,7 +19,9 @@ using qv::mesh::ply;
 using qv::mesh::Triangle;
 using qv::mesh::Vertex;
 using qv::ply::FileKind;
+using qv::test::Converted;
 using qv::test::Guarded;
+using qv::test::Placement;
 using qv::test::Random;
 using qv::test::TakeMessages;
 
@@ -47,32 +50,9 @@ void Load(const Mesh& mesh) {
   ASSERT_EQ(Parse(qv::test::PlyMesh(FileKind::kBinaryLittleEndian, vertices, mesh.faces)), 0U);
 }
 
-struct Placement {
-  int nx, ny;
-  float xOffset, yOffset, xSize, ySize;
-};
-
-struct Converted {
-  bool ended = false;
-  unsigned status = 77;
-  std::vector<float> heights;
-  bool untouched = false;
-  std::string messages;
-};
-
 Converted Convert(const Mesh& mesh, const Placement& p) {
   Load(mesh);
-  TakeMessages();
-  Converted out;
-  const std::size_t count =
-      p.nx < 0 || p.ny < 0 ? 1 : (static_cast<std::size_t>(p.nx) + 1) * (static_cast<std::size_t>(p.ny) + 1);
-  Guarded<float> heights(count);
-  out.ended = qv::test::EndsProcess([&] {
-    out.status = ConvertPLYFile(p.nx, p.ny, p.xOffset, p.yOffset, p.xSize, p.ySize, heights.data());
-  });
-  out.messages = TakeMessages();
-  out.heights = heights.Values();
-  out.untouched = heights.Untouched();
+  Converted out = qv::test::ConvertGuarded(ConvertPLYFile, p);
   EXPECT_EQ(ply.PlyVertices.data(), nullptr) << "the mesh must be gone";
   EXPECT_EQ(ply.PlyFaces.data(), nullptr);
   EXPECT_EQ(ply.PlyTriangles.data(), nullptr);
