@@ -108,7 +108,9 @@ TEST(ParsePLYFile_Memory, EveryAllocationThatFails_MessageAndOne) {
     int failures = 0;
     for (int failAt = 0;; ++failAt) {
       const Outcome out = Import(file, failAt);
-      if (kCountsBlocks) EXPECT_EQ(blocks, 0) << "not released, or twice";
+      if (kCountsBlocks) {
+        EXPECT_EQ(blocks, 0) << "not released, or twice";
+      }
       EXPECT_FALSE(out.ended);
       if (!out.failed) {
         EXPECT_EQ(out.conversion, 0U);
