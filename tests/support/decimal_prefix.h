@@ -1,5 +1,5 @@
-// The number that a word begins with, by the C library, without its differences: where there is none, one C library
-// returns 0 and another -0.
+// The number that a word begins with, by the C library, without its differences: where there is none, one C
+// library returns 0 and another -0.
 #pragma once
 
 #include <cstdlib>
