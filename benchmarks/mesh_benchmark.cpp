@@ -33,6 +33,7 @@ using qv::benchmarks::BumpySurface;
 using qv::benchmarks::LoadMesh;
 using qv::benchmarks::Million;
 using qv::mesh::Triangle;
+using qv::mesh::Vertex;
 
 constexpr int kIntervals = 1000;
 constexpr std::size_t kSamples = static_cast<std::size_t>(kIntervals + 1) * (kIntervals + 1);
