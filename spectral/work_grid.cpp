@@ -36,26 +36,40 @@ bool Rows::AllocatePointers(int rows) {
 }
 
 bool Rows::AllocateSamples(int rows, int columns) {
-  const std::size_t pitch = (static_cast<std::size_t>(columns) / kVector + 2) * kVector;
-  const auto count = static_cast<std::size_t>(rows);
-  if (pitch > std::numeric_limits<std::size_t>::max() / 2 / sizeof(float) / count) return false;
-  const std::size_t bytes = count * pitch * sizeof(float);
+  pitch_ = (static_cast<std::size_t>(columns) / kVector + 2) * kVector;
+  count_ = static_cast<std::size_t>(rows);
+  if (pitch_ > std::numeric_limits<std::size_t>::max() / 2 / sizeof(float) / count_) return false;
+  const std::size_t bytes = count_ * pitch_ * sizeof(float);
   samples_.reset(static_cast<float*>(std::malloc(platform::RoomForAligned(bytes))));
   if (samples_ == nullptr) return false;
   auto* const first = static_cast<float*>(platform::AlignedInside(samples_.get(), bytes));
-  // Not calloc: its pages would be fetched twice, once to be read as zeros.
-  std::memset(first, 0, bytes);
-  for (std::size_t r = 0; r < count; ++r) pointers_[r] = first + r * pitch;
+  for (std::size_t r = 0; r < count_; ++r) pointers_[r] = first + r * pitch_;
   return true;
 }
 
+void Rows::Clear(std::ptrdiff_t row) const {
+  std::memset((*this)[row], 0, pitch_ * sizeof(float));
+}
+
+// Not calloc: its pages would be fetched twice, once to be read as zeros.
+void Rows::Clear() const {
+  std::memset(pointers_[0], 0, count_ * pitch_ * sizeof(float));
+}
+
 unsigned WorkGrid::Allocate(int rowCount, int columnCount) {
+  const unsigned status = AllocateWithoutReal(rowCount, columnCount);
+  if (status == 0) real.Clear();
+  return status;
+}
+
+unsigned WorkGrid::AllocateWithoutReal(int rowCount, int columnCount) {
   rows = rowCount;
   columns = columnCount;
   if (!real.AllocatePointers(rows)) return 2;
   if (!real.AllocateSamples(rows, columns)) return 3;
   if (!imaginary.AllocatePointers(rows)) return 4;
   if (!imaginary.AllocateSamples(rows, columns)) return 5;
+  imaginary.Clear();
   return 0;
 }
 
@@ -67,12 +81,15 @@ void WorkGrid::Transform(short direction) const {
 unsigned PreparedGrid::Prepare(const float* heights, int width, int height) {
   const int rows = PaddedSize(height), columns = PaddedSize(width);
   if (rows == 0 || columns == 0) return 3;
-  if (const unsigned status = grid.Allocate(rows, columns); status != 0) return status;
+  if (const unsigned status = grid.AllocateWithoutReal(rows, columns); status != 0) return status;
   place = {width, height, (rows - height) / 2, (columns - width) / 2};
   const double mean = Mean(heights, static_cast<std::ptrdiff_t>(width) * height);
-  for (int r = 0; r < height; ++r) {
+  for (int row = 0; row < rows; ++row) {
+    grid.real.Clear(row);
+    const int r = row - place.rowOffset;
+    if (r < 0 || r >= height) continue;
     kernels::Active().spectra.subtract(heights + static_cast<std::ptrdiff_t>(r) * width,
-                                       grid.real[r + place.rowOffset] + place.columnOffset, width, mean);
+                                       grid.real[row] + place.columnOffset, width, mean);
   }
   return 0;
 }

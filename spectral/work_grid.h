@@ -10,14 +10,19 @@ namespace qv::spectral {
 /// The size itself when it is a power of two, else the next one; 0 when that is 2^31, which is no int.
 int PaddedSize(int size);
 
-/// Rows of zeros, reached through pointers. All rows lie in one block, with room behind each so that vectors
+/// Rows of samples, reached through pointers. All rows lie in one block, with room behind each so that vectors
 /// may pass the last column, and so that the samples of a column do not all fall on the same lines of the
 /// cache.
 class Rows {
  public:
   /// False where memory cannot be had.
   bool AllocatePointers(int rows);
+  /// The samples have no values yet.
   bool AllocateSamples(int rows, int columns);
+
+  /// Makes samples 0, those behind the last column too.
+  void Clear(std::ptrdiff_t row) const;
+  void Clear() const;
 
   float* operator[](std::ptrdiff_t row) const { return pointers_[static_cast<std::size_t>(row)]; }
   float* const* pointers() const { return pointers_.get(); }
@@ -28,15 +33,19 @@ class Rows {
   };
   std::unique_ptr<float*[], Free> pointers_;
   std::unique_ptr<float[], Free> samples_;
+  std::size_t count_ = 0, pitch_ = 0;
 };
 
 struct WorkGrid {
   int rows = 0, columns = 0;
   Rows real, imaginary;
 
-  /// 0, or which allocation failed: 2 the row pointers of the real part, 3 its rows, 4 and 5 the same of the
-  /// imaginary part.
+  /// Zeros. 0, or which allocation failed: 2 the row pointers of the real part, 3 its rows, 4 and 5 the same
+  /// of the imaginary part.
   unsigned Allocate(int rowCount, int columnCount);
+  /// As Allocate, but the real part is without values: for who clears each row right before filling it, while
+  /// it stays in the cache.
+  unsigned AllocateWithoutReal(int rowCount, int columnCount);
   void Transform(short direction) const;
 };
 
