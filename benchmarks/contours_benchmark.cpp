@@ -1,8 +1,6 @@
 // Contours and profiles beside their plain forms and a streaming read of the same samples. contourpy, which
-// only Python reaches, is timed by contours_peer.py on the same surface.
+// only Python reaches, is timed by python_peers.py.
 #include <benchmark/benchmark.h>
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "exports/QV_3D.h"
@@ -45,12 +43,6 @@ Surface Rough() {
   Surface surface;
   surface.heights.assign(z.begin(), z.end());
   for (int i = 0; i < kSide; ++i) surface.at.push_back(static_cast<float>(i));
-  if (const char* path = std::getenv("QV_BENCH_SURFACE")) {
-    if (std::FILE* file = std::fopen(path, "wb")) {
-      std::fwrite(surface.heights.data(), sizeof(float), surface.heights.size(), file);
-      std::fclose(file);
-    }
-  }
   return surface;
 }
 

@@ -39,6 +39,23 @@ QV_INLINE Doubles LoadDoubles(const double* from) {
   return v;
 }
 
+using Bytes = signed char __attribute__((vector_size(64)));  // 64 masks: 0 or -1
+
+/// A bit per mask.
+QV_INLINE std::uint64_t SignBits(const Bytes& masks) {
+#if defined(__AVX512BW__)
+  return _mm512_movepi8_mask(reinterpret_cast<__m512i>(masks));
+#else
+  std::uint64_t words[8], bits = 0;
+  __builtin_memcpy(words, &masks, sizeof words);
+  // The product gathers the eight lowest bits of the bytes in the highest byte.
+  for (int i = 0; i < 8; ++i) {
+    bits |= (words[i] & 0x0101010101010101U) * 0x0102040810204080U >> 56 << (8 * i);
+  }
+  return bits;
+#endif
+}
+
 /// Loads count < 16 samples and fills up with missing ones.
 QV_INLINE Floats LoadTail(const float* from, std::ptrdiff_t count) {
   float padded[kLanes];

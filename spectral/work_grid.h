@@ -10,9 +10,9 @@ namespace qv::spectral {
 /// The size itself when it is a power of two, else the next one; 0 when that is 2^31, which is no int.
 int PaddedSize(int size);
 
-/// Rows of samples, reached through pointers. All rows lie in one block, with room behind each so that vectors
-/// may pass the last column, and so that the samples of a column do not all fall on the same lines of the
-/// cache.
+/// Rows of samples, reached through pointers. All rows lie in one block, with room behind each so that
+/// vectors may pass the last column, and so that the samples of a column do not all fall on the same lines of
+/// the cache.
 class Rows {
  public:
   /// False where memory cannot be had.

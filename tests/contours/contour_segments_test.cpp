@@ -169,6 +169,23 @@ std::vector<Real> Sampled(int width, int height, Height f) {
   return heights;
 }
 
+/// The triangles beside a side cross it in opposite directions, and a zero between equal products takes its
+/// sign from that.
+TYPED_TEST(ContoursOf, CrossingsAtZero_HaveTheSignOfTheirDirection) {
+  qv::test::Random random(21);
+  qv::test::ForEachVariant([&] {
+    for (int k = 0; k < 50; ++k) {
+      std::vector<TypeParam> heights(40 * 3);
+      for (TypeParam& z : heights) z = static_cast<TypeParam>(random.Chance(0.5) ? 1 : -1);
+      auto map = Evenly<TypeParam>(40, 3, heights);
+      for (int i = 0; i < 40; ++i)
+        map.x[static_cast<std::size_t>(i)] = static_cast<TypeParam>(i % 2 == 0 ? -1 : 1);
+      map.y = {-2, 2, -2};
+      ExpectLikeReference<TypeParam>(map, 0);
+    }
+  });
+}
+
 TYPED_TEST(ContoursOf, SteppedSaddleRichAndSmoothGrids_EqualTheReferenceBitForBit) {
   qv::test::ForEachVariant([] {
     Random random(74);
