@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <poll.h>
+#include <string>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -92,16 +93,23 @@ void Drain(int& end, std::string& into, std::size_t most) {
   }
 }
 
+std::uint64_t BytesReadBy(pid_t process) {
+  std::ifstream io("/proc/" + std::to_string(process) + "/io");
+  std::string name;
+  std::uint64_t count = 0;
+  return io >> name >> count && name == "rchar:" ? count : 0;
+}
+
 /// Collects both streams until they end. False when the time is over.
-bool Collect(Pipe& results, Pipe& errors, Clock::time_point deadline, ChildOutcome& outcome,
-             const std::function<void(const std::string&)>& tick) {
+bool Collect(pid_t child, Pipe& results, Pipe& errors, Clock::time_point deadline, ChildOutcome& outcome,
+             const std::function<void(const ChildState&)>& tick) {
   while (results.read >= 0 || errors.read >= 0) {
     pollfd ends[2] = {{results.read, POLLIN, 0}, {errors.read, POLLIN, 0}};
     poll(ends, 2, kTickMilliseconds);
     if (ends[0].revents != 0) Drain(results.read, outcome.output, outcome.output.max_size());
     if (ends[1].revents != 0) Drain(errors.read, outcome.errors, kMostErrorBytes);
     if (Clock::now() >= deadline) return false;
-    tick(outcome.output);
+    tick({outcome.output, BytesReadBy(child)});
   }
   return true;
 }
@@ -121,7 +129,7 @@ bool WriteAll(int descriptor, const void* bytes, std::size_t count) {
 }
 
 ChildOutcome RunInChild(const ChildLimits& limits, const std::function<int(int)>& work,
-                        const std::function<void(const std::string&)>& tick) {
+                        const std::function<void(const ChildState&)>& tick) {
   Pipe results, errors;
   ChildOutcome outcome;
   const Clock::time_point start = Clock::now();
@@ -135,7 +143,7 @@ ChildOutcome RunInChild(const ChildLimits& limits, const std::function<int(int)>
   if (child == 0) BeChild(limits, work, results, errors, parent);
   Pipe::Close(results.write);
   Pipe::Close(errors.write);
-  const bool inTime = Collect(results, errors, start + allowed, outcome, tick);
+  const bool inTime = Collect(child, results, errors, start + allowed, outcome, tick);
   if (!inTime) kill(child, SIGKILL);
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {

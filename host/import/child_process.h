@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -22,10 +23,16 @@ struct ChildOutcome {
   double seconds = 0;
 };
 
+/// What is known of a child at work.
+struct ChildState {
+  const std::string& received;  ///< what it has written to its descriptor so far
+  std::uint64_t bytesRead;      ///< from files; 0 where the system does not tell
+};
+
 /// Calls `work` in the child with a descriptor to write its results to; what it returns is the child's exit
-/// status. `tick` is called in the parent several times a second with the bytes received so far.
+/// status. `tick` is called in the parent several times a second.
 ChildOutcome RunInChild(const ChildLimits& limits, const std::function<int(int)>& work,
-                        const std::function<void(const std::string&)>& tick);
+                        const std::function<void(const ChildState&)>& tick);
 
 /// Writes all bytes to a descriptor; false where that fails.
 bool WriteAll(int descriptor, const void* bytes, std::size_t count);

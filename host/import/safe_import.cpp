@@ -78,6 +78,30 @@ int ParseOnly(int descriptor, const PreparedMesh& mesh) {
   return WriteAll(descriptor, &parsed, sizeof parsed) ? kChildDone : kChildCannotReport;
 }
 
+/// While the file is read its size tells how much is left; how long the conversion takes is not known before.
+class ImportProgress {
+ public:
+  ImportProgress(const PreparedMesh& mesh, Progress& progress) : progress_(progress) {
+    std::error_code ignored;
+    const auto bytes = std::filesystem::file_size(mesh.path, ignored);
+    if (!ignored) fileBytes_ = static_cast<double>(bytes);
+  }
+
+  void operator()(const ChildState& child) const {
+    const bool isReading = child.received.size() < sizeof(ParsedRecord);
+    progress_.Phase(isReading ? "reading the mesh" : "converting to heights");
+    if (isReading && fileBytes_ > 0 && child.bytesRead > 0) {
+      progress_.Tick(std::min(1.0, static_cast<double>(child.bytesRead) / fileBytes_));
+    } else {
+      progress_.Tick();
+    }
+  }
+
+ private:
+  Progress& progress_;
+  double fileBytes_ = 0;
+};
+
 template <typename Record>
 Record Take(const std::string& bytes, std::size_t& at) {
   Record record;
@@ -199,10 +223,8 @@ GridPlan PlanGrid(double extentX, double extentY, const GridRequest& request) {
 }
 
 MeshFacts ProbeMesh(const PreparedMesh& mesh, const ChildLimits& limits, Progress& progress) {
-  progress.Phase("reading the mesh");
   const ChildOutcome outcome = RunInChild(
-      limits, [&](int descriptor) { return ParseOnly(descriptor, mesh); },
-      [&](const std::string&) { progress.Tick(); });
+      limits, [&](int descriptor) { return ParseOnly(descriptor, mesh); }, ImportProgress(mesh, progress));
   progress.Finish();
   RequireSuccess(outcome, limits, mesh.triangles);
   std::size_t at = 0;
@@ -213,10 +235,7 @@ ImportedMap ImportMesh(const PreparedMesh& mesh, const GridRequest& request, con
                        Progress& progress) {
   const ChildOutcome outcome = RunInChild(
       limits, [&](int descriptor) { return ParseAndConvert(descriptor, mesh, request); },
-      [&](const std::string& received) {
-        progress.Phase(received.size() < sizeof(ParsedRecord) ? "reading the mesh" : "converting to heights");
-        progress.Tick();
-      });
+      ImportProgress(mesh, progress));
   progress.Finish();
   RequireSuccess(outcome, limits, mesh.triangles);
   std::size_t at = 0;

@@ -56,7 +56,7 @@ TEST(PlanGrid, TooCoarseOrTooFine_IsAUsageError) {
   }
 }
 
-void IgnoreTick(const std::string&) {}
+void IgnoreTick(const ChildState&) {}
 
 TEST(RunInChild, OutputErrorsAndStatus_Arrive) {
   const std::string large(3000000, 'x');
@@ -95,6 +95,24 @@ TEST(RunInChild, Endless_IsStoppedInTime) {
       },
       IgnoreTick);
   EXPECT_EQ(outcome.end, ChildOutcome::End::kTimedOut);
+}
+
+TEST(RunInChild, BytesThatTheChildReads_AreTold) {
+  constexpr std::size_t kBytes = 1000000;
+  std::uint64_t most = 0;
+  const ChildOutcome outcome = RunInChild(
+      {},
+      [](int) -> int {
+        std::vector<char> bytes(kBytes);
+        std::FILE* zeros = std::fopen("/dev/zero", "rb");
+        const bool complete = std::fread(bytes.data(), 1, kBytes, zeros) == kBytes;
+        usleep(300000);
+        return complete ? 0 : 1;
+      },
+      [&](const ChildState& child) { most = std::max(most, child.bytesRead); });
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_GE(most, kBytes);
+  EXPECT_LT(most, 2 * kBytes);
 }
 
 TEST(HandyUnit, Lengths_GetHandyUnits) {
