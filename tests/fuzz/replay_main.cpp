@@ -1,12 +1,17 @@
 // Runs a fuzz target over the files of a corpus, also truncated and damaged a little. Arguments: the corpus
-// folders.
+// folders; --hostile adds large inputs that are made to take long.
+#include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 #include <vector>
+
+#include "tests/fuzz/hostile_inputs.h"
 
 // NOLINTNEXTLINE(readability-identifier-naming): libFuzzer's name
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -37,11 +42,27 @@ void Replay(const Bytes& bytes) {
   }
 }
 
+/// A reader that hangs is ended by the test's time limit; how long the slowest took is for people to see.
+void RunHostileInputs() {
+  using Clock = std::chrono::steady_clock;
+  double slowest = 0;
+  for (const std::string& input : qv::test::HostileInputs()) {
+    const auto start = Clock::now();
+    Run(Bytes(input.begin(), input.end()), input.size());
+    slowest = std::max(slowest, std::chrono::duration<double>(Clock::now() - start).count());
+  }
+  std::printf("the slowest hostile megabyte took %.3f s\n", slowest);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   int files = 0;
   for (int i = 1; i < argc; ++i) {
+    if (std::string_view(argv[i]) == "--hostile") {
+      RunHostileInputs();
+      continue;
+    }
     for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
       Replay(Load(entry.path()));
       ++files;
