@@ -557,8 +557,9 @@ QV_API unsigned QV_CALL CleanUpSTL(void);
  * edges). Time and memory (36 bytes) go with the pieces: edges are halved until they are shorter than L, 0.95
  * of the shorter side of a cell, of which min(sqrt(0.005 * triangleCount), 80) lie along each side of the
  * mesh's box; a triangle of area A and longest edge s makes at least A / (0.43 L^2) and s / L of them. Scans
- * make few; big triangles all along a narrow mesh make millions. Ends the process (exit status -1) after "Bad cell index - shouldn't happen\n" when the mesh has
- * fewer than 200 triangles, no extent in x or in y, or an x or y that is not finite. */
+ * make few; big triangles all along a narrow mesh make millions. Ends the process (exit status -1) after "Bad
+ * cell index - shouldn't happen\n" when the mesh has fewer than 200 triangles, no extent in x or in y, or an
+ * x or y that is not finite. */
 QV_API unsigned QV_CALL ConvertSTLFile(int nx, int ny, float xOffset, float yOffset, float xSize, float ySize,
                                        float* heights);
 

@@ -10,25 +10,29 @@ constexpr std::size_t kAxes = 3;
 constexpr std::size_t kLanes = 4 * kAxes;
 using Floats = float __attribute__((vector_size(16)));
 
+/// Each a variable of its own, not an array: so the compiler keeps them in registers.
 struct Extremes {
-  Floats low[3];
-  Floats high[3];
+  Floats low, high;
 
-  void Include(std::size_t part, const void* coordinates) {
+  void Include(const void* coordinates) {
     Floats v;
     std::memcpy(&v, coordinates, sizeof v);
-    low[part] = v < low[part] ? v : low[part];
-    high[part] = v > high[part] ? v : high[part];
+    low = v < low ? v : low;
+    high = v > high ? v : high;
   }
 };
 
 /// Widens by `count` coordinates, a multiple of kLanes.
 void WidenLanes(const float* coordinates, std::size_t count, Extremes* extremes) {
-  Extremes found = *extremes;
+  Extremes first = extremes[0], second = extremes[1], third = extremes[2];
   for (std::size_t i = 0; i < count; i += kLanes) {
-    for (std::size_t part = 0; part < 3; ++part) found.Include(part, coordinates + i + 4 * part);
+    first.Include(coordinates + i);
+    second.Include(coordinates + i + 4);
+    third.Include(coordinates + i + 8);
   }
-  *extremes = found;
+  extremes[0] = first;
+  extremes[1] = second;
+  extremes[2] = third;
 }
 
 void Lower(float value, float* minimum) {
@@ -72,12 +76,16 @@ void MeshBounds::Widen(const Vertex* vertices, std::size_t count) {
     low[i] = minimum[i % kAxes];
     high[i] = maximum[i % kAxes];
   }
-  Extremes extremes;
-  std::memcpy(extremes.low, low, sizeof low);
-  std::memcpy(extremes.high, high, sizeof high);
-  WidenLanes(coordinates, inLanes, &extremes);
-  std::memcpy(low, extremes.low, sizeof low);
-  std::memcpy(high, extremes.high, sizeof high);
+  Extremes extremes[3];
+  for (std::size_t part = 0; part < 3; ++part) {
+    std::memcpy(&extremes[part].low, low + 4 * part, sizeof(Floats));
+    std::memcpy(&extremes[part].high, high + 4 * part, sizeof(Floats));
+  }
+  WidenLanes(coordinates, inLanes, extremes);
+  for (std::size_t part = 0; part < 3; ++part) {
+    std::memcpy(low + 4 * part, &extremes[part].low, sizeof(Floats));
+    std::memcpy(high + 4 * part, &extremes[part].high, sizeof(Floats));
+  }
 
   for (std::size_t i = 0; i < kLanes; ++i) {
     Lower(low[i], &minimum[i % kAxes]);
@@ -92,17 +100,22 @@ void MeshBounds::Widen(const Vertex* vertices, std::size_t count) {
 
 void MeshBounds::WidenCopying(const char* from, std::size_t pitch, Triangle* to, std::size_t count) {
   const MeshBounds before = *this;
-  // A vertex per vector; the fourth lane is whatever follows it.
+  if (count == 0) return;
+  // A vertex per vector; the fourth lane is whatever follows it, and the next vertex is copied over it.
+  // Behind the last triangle there is no room for it.
   const Floats low = {minimum[0], minimum[1], minimum[2], 0}, high = {maximum[0], maximum[1], maximum[2], 0};
-  Extremes found = {{low, low, low}, {high, high, high}};
+  Extremes first = {low, high}, second = first, third = first;
   for (std::size_t i = 0; i < count; ++i, from += pitch) {
     std::memcpy(to + i, from, sizeof(Triangle));
-    for (std::size_t vertex = 0; vertex < 3; ++vertex) found.Include(vertex, from + vertex * sizeof(Vertex));
+    first.Include(from);
+    second.Include(from + sizeof(Vertex));
+    third.Include(from + 2 * sizeof(Vertex));
   }
-  for (std::size_t vertex = 0; vertex < 3; ++vertex) {
+  const Extremes each[] = {first, second, third};
+  for (const Extremes& found : each) {
     for (std::size_t axis = 0; axis < kAxes; ++axis) {
-      Lower(found.low[vertex][axis], &minimum[axis]);
-      Raise(found.high[vertex][axis], &maximum[axis]);
+      Lower(found.low[axis], &minimum[axis]);
+      Raise(found.high[axis], &maximum[axis]);
     }
   }
   RestoreFirstZeros(reinterpret_cast<const float*>(to), count * (sizeof(Triangle) / sizeof(float)), before,
