@@ -1,38 +1,47 @@
 // Surfaces of 1024 x 1024 samples (2.1 million vertices) drawn by the library and by the same walk written by
-// hand.
-#include "benchmarks/strips_benchmark.h"
-
-#include <benchmark/benchmark.h>
+// hand, which makes the same calls in the same order.
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include <GL/glew.h>
 
+#include "benchmarks/alternating.h"
+#include "benchmarks/drawing_gl.h"
 #include "exports/QV_3D.h"
+#include "tests/support/random_grid.h"
 
 namespace {
 
 constexpr int kSide = 1024;
 
 struct Surface {
-  std::vector<float> h, normals, tex;
+  std::vector<float> h, normals;
 };
 
-const Surface& TheSurface() {
-  static const Surface surface = [] {
-    Surface s;
-    for (int k = 0; k < kSide * kSide; ++k) {
-      const double x = k % kSide / double{kSide - 1}, y = k / kSide / double{kSide - 1};  // NOLINT
-      s.h.push_back(static_cast<float>(0.1 * std::sin(20 * x) * std::cos(15 * y)));
-      s.tex.push_back(static_cast<float>(x));
-    }
-    s.normals.resize(3 * s.h.size());
-    ComputeSurfaceNormalsf(s.h.data(), kSide, kSide, s.normals.data(), 0, 0, 1, 1);
-    return s;
-  }();
+Surface MakeSurface(double missing) {
+  Surface s;
+  qv::test::Random random(3);
+  for (int k = 0; k < kSide * kSide; ++k) {
+    const double x = k % kSide / double{kSide - 1}, y = k / kSide / double{kSide - 1};  // NOLINT
+    const bool hole = random.Unit() < missing;
+    s.h.push_back(hole ? -1e10F : static_cast<float>(0.1 * std::sin(20 * x) * std::cos(15 * y)));
+  }
+  s.normals.resize(3 * s.h.size());
+  ComputeSurfaceNormalsf(s.h.data(), kSide, kSide, s.normals.data(), 0, 0, 1, 1);
+  return s;
+}
+
+const Surface& Whole() {
+  static const Surface surface = MakeSurface(0);
+  return surface;
+}
+
+const Surface& WithHoles() {
+  static const Surface surface = MakeSurface(0.01);
   return surface;
 }
 
@@ -73,8 +82,8 @@ bool Missing(float z) {
   return std::bit_cast<std::uint32_t>(z) == 0xD01502F9U;
 }
 
-/// With the test for holes, of which there are none: what a host would write that knows this one case.
-void ByHandTestingHoles(const Surface& s, const Place& p) {
+/// With the test for holes, and half cells at their edges.
+void ByHandAroundHoles(const Surface& s, const Place& p) {
   const float* h = s.h.data();
   const float* normals = s.normals.data();
   const float dx = p.xSize / static_cast<float>(p.width - 1), dy = p.ySize / static_cast<float>(p.height - 1);
@@ -83,21 +92,37 @@ void ByHandTestingHoles(const Surface& s, const Place& p) {
                 yUpper = static_cast<float>(upper) * dy - p.yOffset;
     const std::ptrdiff_t lowerRow = std::ptrdiff_t{lower} * p.width,
                          upperRow = std::ptrdiff_t{upper} * p.width;
-    bool open = true;
-    const auto column = [&](int i) {
-      const float zLower = h[lowerRow + i], zUpper = h[upperRow + i];
-      if (Missing(zLower) || Missing(zUpper)) {
-        if (open) glEnd();
-        open = false;
-        return;
-      }
-      if (!open) glBegin(p.mode);
-      open = true;
-      const float x = static_cast<float>(i) * dx + p.xOffset;
+    const auto low = [&](int i) {
       glNormal3fv(normals + 3 * (lowerRow + i));
-      glVertex3f(x, yLower, p.zScale * zLower);
+      glVertex3f(static_cast<float>(i) * dx + p.xOffset, yLower, p.zScale * h[lowerRow + i]);
+    };
+    const auto high = [&](int i) {
       glNormal3fv(normals + 3 * (upperRow + i));
-      glVertex3f(x, yUpper, p.zScale * zUpper);
+      glVertex3f(static_cast<float>(i) * dx + p.xOffset, yUpper, p.zScale * h[upperRow + i]);
+    };
+    bool open = true;
+    int before = 0;
+    const auto column = [&](int i) {
+      const bool noLow = Missing(h[lowerRow + i]), noHigh = Missing(h[upperRow + i]);
+      if (!noLow && !noHigh) {
+        if (!open) {
+          glBegin(p.mode);
+          const bool lowBefore = !Missing(h[lowerRow + before]), highBefore = !Missing(h[upperRow + before]);
+          for (int twice = 0; twice < 2; ++twice) {
+            if (lowBefore && !highBefore) low(before);
+            if (highBefore && !lowBefore) high(before);
+          }
+          open = true;
+        }
+        low(i);
+        high(i);
+      } else if (open) {
+        if (!noLow) low(i);
+        if (!noHigh) high(i);
+        glEnd();
+        open = false;
+      }
+      before = i;
     };
     glBegin(p.mode);
     for (int i = 0; i < p.width - p.step; i += p.step) column(i);
@@ -114,34 +139,36 @@ void Ours(const Surface& s, const Place& p) {
                             p.xOffset, p.yOffset, p.xSize, p.ySize);
 }
 
-void OursTestingHoles(const Surface& s, const Place& p) {
+void OursAroundHoles(const Surface& s, const Place& p) {
   RenderSurfaceWithNormalsf3(s.h.data(), s.normals.data(), p.width, p.height, p.step, p.step, p.mode,
                              p.zScale, p.xOffset, p.yOffset, p.xSize, p.ySize);
 }
 
-template <class Draw>
-void Register(const std::string& name, bool lit, Draw draw) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    const Surface& surface = TheSurface();
-    qv::bench::PrepareGL(lit);
-    Place place;
-    for (auto _ : state) {
+using Draw = void (*)(const Surface&, const Place&);
+using Source = const Surface& (*)();
+
+void Register(const std::string& title, bool lit, Source source, Draw ours, Draw byHand) {
+  const auto call = [=](Draw draw) {
+    return [=] {
+      Place place;
       benchmark::DoNotOptimize(place);
-      draw(surface, place);
+      draw(source(), place);
       qv::bench::FinishGL();
-    }
-  })->Unit(benchmark::kMillisecond);
+    };
+  };
+  const auto prepare = [=] { qv::bench::PrepareGL({.lit = lit}); };
+  qv::bench::RegisterPair(title, "by hand", prepare, call(ours), call(byHand))
+      ->Unit(benchmark::kMillisecond)
+      ->MinTime(qv::bench::DrawsPixels() ? 4 : 0.5);
 }
 
 const bool kRegistered = [] {
-  const std::string gl = QV_BENCH_GL;
   for (const bool lit : {false, true}) {
-    if (lit && gl == "null GL") break;
-    const std::string name = "strips, " + gl + (lit ? ", lit" : "");
-    Register(name + "/QV_3D", lit, &Ours);
-    Register(name + "/by hand", lit, &ByHand);
-    Register(name + ", holes/QV_3D", lit, &OursTestingHoles);
-    Register(name + ", holes/by hand", lit, &ByHandTestingHoles);
+    if (lit && !qv::bench::DrawsPixels()) break;
+    const std::string title = std::string("strips, ") + qv::bench::GLName() + (lit ? ", lit" : "");
+    Register(title, lit, &Whole, &Ours, &ByHand);
+    Register(title + ", tested for holes", lit, &Whole, &OursAroundHoles, &ByHandAroundHoles);
+    Register(title + ", holes", lit, &WithHoles, &OursAroundHoles, &ByHandAroundHoles);
   }
   return true;
 }();

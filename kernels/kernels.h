@@ -297,6 +297,27 @@ struct OcclusionRayKernels {
   OcclusionSum (*view)(const OcclusionScene& scene, const OcclusionView& view);
 };
 
+/// Two rows of samples, and the numbers of their first samples.
+struct StripRows {
+  const float* lower;
+  const float* upper;
+  std::ptrdiff_t width;
+  unsigned lowerNumber, upperNumber;
+};
+
+/// Where a list of strips goes on.
+struct IndexListEnd {
+  unsigned* index;
+  unsigned* start;
+};
+
+struct StripIndexKernels {
+  /// Appends the strips that render/strip_walk.h draws of two rows around samples missing by bit pattern:
+  /// their sample numbers, and where in the list each of them begins. Writes nothing behind the end that it
+  /// returns.
+  IndexListEnd (*append)(const StripRows& rows, const unsigned* list, IndexListEnd end);
+};
+
 /// Points as they are seen from one row of nodes.
 struct ScatteredPoints {
   const double* x;
@@ -347,6 +368,7 @@ struct GriddingKernels {
   FAMILY(BandKernels, bands)                   \
   FAMILY(OcclusionKernels, occlusion)          \
   FAMILY(OcclusionRayKernels, occlusionRays)   \
+  FAMILY(StripIndexKernels, stripIndices)      \
   FAMILY(GriddingKernels, gridding)
 
 struct KernelTable {

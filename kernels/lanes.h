@@ -4,10 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
-
-#if defined(__AVX2__)
 #include <immintrin.h>  // intrinsics leave no copies of functions behind: they are always inlined
-#endif
 
 namespace qv::kernels::QV_KERNEL_ISA {
 
@@ -74,6 +71,25 @@ QV_INLINE bool Used(float z) {
 /// The samples where the mask is set, 0 elsewhere.
 QV_INLINE Floats Masked(const Floats& z, const Ints& mask) {
   return reinterpret_cast<Floats>(reinterpret_cast<Ints>(z) & mask);
+}
+
+/// One bit per lane that is set.
+QV_INLINE unsigned Bits(const Ints& mask) {
+#if defined(__AVX512F__)
+  return _mm512_movepi32_mask(reinterpret_cast<__m512i>(mask));
+#else
+  unsigned bits = 0;
+#if defined(__AVX2__)
+  __m256 part[2];
+  __builtin_memcpy(part, &mask, sizeof part);
+  for (int i = 0; i < 2; ++i) bits |= static_cast<unsigned>(_mm256_movemask_ps(part[i])) << (8 * i);
+#else
+  __m128 part[4];
+  __builtin_memcpy(part, &mask, sizeof part);
+  for (int i = 0; i < 4; ++i) bits |= static_cast<unsigned>(_mm_movemask_ps(part[i])) << (4 * i);
+#endif
+  return bits;
+#endif
 }
 
 QV_INLINE Doubles Widen(const HalfFloats& half) {

@@ -1,7 +1,5 @@
 // Which rays from one point a triangle mesh stops: packets of sixteen rays, one per lane, through a tree of
 // boxes.
-#include <immintrin.h>
-
 #include "kernels/kernels.h"
 #include "kernels/lanes.h"
 
@@ -14,18 +12,7 @@ QV_INLINE unsigned NotAbove(const Floats& low, const Floats& high) {
 #if defined(__AVX512F__)
   return _mm512_cmp_ps_mask(reinterpret_cast<__m512>(low), reinterpret_cast<__m512>(high), _CMP_LE_OQ);
 #else
-  const Ints mask = low <= high;
-  unsigned bits = 0;
-#if defined(__AVX2__)
-  __m256 part[2];
-  __builtin_memcpy(part, &mask, sizeof part);
-  for (int i = 0; i < 2; ++i) bits |= static_cast<unsigned>(_mm256_movemask_ps(part[i])) << (8 * i);
-#else
-  __m128 part[4];
-  __builtin_memcpy(part, &mask, sizeof part);
-  for (int i = 0; i < 4; ++i) bits |= static_cast<unsigned>(_mm_movemask_ps(part[i])) << (4 * i);
-#endif
-  return bits;
+  return Bits(low <= high);
 #endif
 }
 

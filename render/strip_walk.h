@@ -35,6 +35,28 @@ inline void ForEachColumn(std::ptrdiff_t width, std::ptrdiff_t step, Visit visit
   visit(width - 1);
 }
 
+/// One strip along every visited row.
+template <class Sink>
+void WalkRows(std::ptrdiff_t width, std::ptrdiff_t height, std::ptrdiff_t colStep, std::ptrdiff_t rowStep,
+              Sink& sink) {
+  ForEachColumn(height, rowStep, [&](std::ptrdiff_t row) {
+    sink.Begin();
+    ForEachColumn(width, colStep, [&](std::ptrdiff_t column) { sink.Vertex(column, row); });
+    sink.End();
+  });
+}
+
+/// One strip along every visited column.
+template <class Sink>
+void WalkColumns(std::ptrdiff_t width, std::ptrdiff_t height, std::ptrdiff_t colStep, std::ptrdiff_t rowStep,
+                 Sink& sink) {
+  ForEachColumn(width, colStep, [&](std::ptrdiff_t column) {
+    sink.Begin();
+    ForEachColumn(height, rowStep, [&](std::ptrdiff_t row) { sink.Vertex(column, row); });
+    sink.End();
+  });
+}
+
 /// One strip through all samples of two rows, upper row first.
 template <class Sink>
 void WalkStrip(std::ptrdiff_t width, std::ptrdiff_t step, std::ptrdiff_t lower, std::ptrdiff_t upper,

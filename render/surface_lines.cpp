@@ -36,24 +36,10 @@ unsigned QV_CALL RenderContourLinesf(const float* segments, float level, float z
 unsigned QV_CALL RenderSilhouetteLines(const float* h, int width, int height, int colStep, int rowStep,
                                        float zScale, float xOffset, float yOffset, float xSize, float ySize) {
   if (width < 1 || height < 1 || colStep < 1 || rowStep < 1) return 0;
-  const Frame place(width, height, xOffset, yOffset, xSize, ySize, Heights{h, zScale});
-  const std::ptrdiff_t rowLength = width;
-  ForEachColumn(height, rowStep, [=](std::ptrdiff_t row) {
-    const float y = place.Y(row);
-    const float* samples = h + row * rowLength;
-    glBegin(GL_LINE_STRIP);
-    ForEachColumn(rowLength, colStep,
-                  [=](std::ptrdiff_t column) { glVertex3f(place.X(column), y, zScale * samples[column]); });
-    glEnd();
-  });
-  ForEachColumn(rowLength, colStep, [=](std::ptrdiff_t column) {
-    const float x = place.X(column);
-    const float* samples = h + column;
-    glBegin(GL_LINE_STRIP);
-    ForEachColumn(height, rowStep, [=](std::ptrdiff_t row) {
-      glVertex3f(x, place.Y(row), zScale * samples[row * rowLength]);
-    });
-    glEnd();
-  });
+  const auto emitters =
+      MakeVertexSink(Frame(width, height, xOffset, yOffset, xSize, ySize, Heights{h, zScale}));
+  const GLSink<decltype(emitters)> sink = {width, GL_LINE_STRIP, emitters};
+  WalkRows(width, height, colStep, rowStep, sink);
+  WalkColumns(width, height, colStep, rowStep, sink);
   return 0;
 }

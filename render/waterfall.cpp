@@ -21,17 +21,9 @@ template <class Emitters>
 unsigned DrawProfiles(int width, int height, int step, bool columns, const GLSink<Emitters>& sink) {
   if (width < 1 || height < 1 || step < 1) return 0;
   if (columns) {
-    ForEachColumn(width, step, [&](std::ptrdiff_t column) {
-      sink.Begin();
-      ForEachColumn(height, step, [&](std::ptrdiff_t row) { sink.Vertex(column, row); });
-      sink.End();
-    });
+    WalkColumns(width, height, step, step, sink);
   } else {
-    ForEachColumn(height, step, [&](std::ptrdiff_t row) {
-      sink.Begin();
-      ForEachColumn(width, step, [&](std::ptrdiff_t column) { sink.Vertex(column, row); });
-      sink.End();
-    });
+    WalkRows(width, height, step, step, sink);
   }
   return 0;
 }

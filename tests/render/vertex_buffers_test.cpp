@@ -14,6 +14,7 @@
 #include "tests/support/gl_object_recorder.h"
 #include "tests/support/guarded.h"
 #include "tests/support/random_grid.h"
+#include "tests/support/variants.h"
 
 namespace {
 
@@ -245,7 +246,7 @@ struct IndexList {
   std::vector<unsigned> indices, starts;
 };
 
-/// Into buffers of exactly the documented capacities, between guard bands.
+/// Into buffers of exactly the documented capacities, between guard bands, and not a value behind the last.
 IndexList List(const std::vector<float>& h, int width, int height) {
   qv::test::Guarded<unsigned> indices(3 * static_cast<std::size_t>(width) * (height - 1));
   qv::test::Guarded<unsigned> starts(static_cast<std::size_t>(height - 1) * (width / 2 + 1) + 1);
@@ -256,6 +257,8 @@ IndexList List(const std::vector<float>& h, int width, int height) {
   EXPECT_LE(indexCount, indices.size());
   EXPECT_LT(stripCount, starts.size());
   EXPECT_EQ(starts[stripCount], indexCount);
+  qv::test::Guarded<unsigned> untouched(indices.size());
+  EXPECT_TRUE(std::equal(indices.data() + indexCount, indices.data() + indices.size(), untouched.data()));
   return {{indices.data(), indices.data() + indexCount}, {starts.data(), starts.data() + stripCount + 1}};
 }
 
@@ -343,15 +346,31 @@ TEST(CreateIndiciesList, EveryHolePatternOfASmallGrid_DrawsTheTrianglesOfTheWalk
 }
 
 TEST(CreateIndiciesList, LargerRandomGrids_DrawTheTrianglesOfTheWalk) {
-  qv::test::Random random(17);
-  for (int round = 0; round < 200; ++round) {
-    const int width = random.Between(2, 70), height = random.Between(2, 9);
-    const double missing = random.Unit() * random.Unit();
-    ExpectDrawnStrips(qv::test::RandomSamples(random, static_cast<std::size_t>(width) * height,
-                                              {.missing = missing, .nan = 0.02, .infinite = 0.02}),
-                      width, height);
-    ASSERT_FALSE(HasFailure());
-  }
+  qv::test::ForEachVariant([] {
+    qv::test::Random random(17);
+    for (int round = 0; round < 200; ++round) {
+      const int width = random.Between(2, 70), height = random.Between(2, 9);
+      const double missing = random.Unit() * random.Unit();
+      ExpectDrawnStrips(qv::test::RandomSamples(random, static_cast<std::size_t>(width) * height,
+                                                {.missing = missing, .nan = 0.02, .infinite = 0.02}),
+                        width, height);
+      ASSERT_FALSE(HasFailure());
+    }
+  });
+}
+
+TEST(CreateIndiciesList, EveryWidthWithFewHoles_DrawsTheTrianglesOfTheWalk) {
+  qv::test::ForEachVariant([] {
+    qv::test::Random random(18);
+    for (int width = 2; width <= 70; ++width) {
+      for (const double missing : {0.0, 0.01, 0.1, 0.5}) {
+        ExpectDrawnStrips(
+            qv::test::RandomSamples(random, static_cast<std::size_t>(width) * 3, {.missing = missing}), width,
+            3);
+        ASSERT_FALSE(HasFailure()) << "width " << width;
+      }
+    }
+  });
 }
 
 TEST(CreateIndiciesList, NaN_IsAHeight) {

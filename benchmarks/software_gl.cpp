@@ -4,12 +4,32 @@
 
 #include <GL/glew.h>
 
-#include "benchmarks/strips_benchmark.h"
+#include "benchmarks/drawing_gl.h"
 #include "tests/support/offscreen.h"
 
 namespace qv::bench {
 
-void PrepareGL(bool lit) {
+namespace {
+
+void Switch(GLenum what, bool on) {
+  if (on) {
+    glEnable(what);
+  } else {
+    glDisable(what);
+  }
+}
+
+}  // namespace
+
+const char* GLName() {
+  return "software GL";
+}
+
+bool DrawsPixels() {
+  return true;
+}
+
+void PrepareGL(const Pipeline& pipeline) {
   static test::Offscreen screen(512, 512);
   if (!screen.Problem().empty()) {
     std::fprintf(stderr, "%s\n", screen.Problem().c_str());
@@ -21,11 +41,8 @@ void PrepareGL(bool lit) {
   glEnable(GL_DEPTH_TEST);
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   glEnable(GL_LIGHT0);
-  if (lit) {
-    glEnable(GL_LIGHTING);
-  } else {
-    glDisable(GL_LIGHTING);
-  }
+  Switch(GL_LIGHTING, pipeline.lit);
+  Switch(GL_RASTERIZER_DISCARD, !pipeline.rasterised);
 }
 
 void FinishGL() {
