@@ -175,11 +175,11 @@ double Transmission(const HeightMap& map, const FrequencyFilter& filter) {
   return std::sqrt(after / before);
 }
 
-constexpr FilterKind kAllKinds[] = {FrequencyFilterKind::kGaussian, FrequencyFilterKind::kButterworth,
-                                    FrequencyFilterKind::kIdeal};
+constexpr FrequencyFilterKind kAllKinds[] = {FrequencyFilterKind::kGaussian,
+                                             FrequencyFilterKind::kButterworth, FrequencyFilterKind::kIdeal};
 
 TEST(FilterByFrequency, LongWaves_SurviveLowPassAndShortOnesHighPass) {
-  for (const FilterKind kind : kAllKinds) {
+  for (const FrequencyFilterKind kind : kAllKinds) {
     for (const auto& [width, height] : {std::pair(256, 256), std::pair(512, 256), std::pair(300, 300)}) {
       for (const double degrees : {0.0, 45.0, 90.0}) {
         const HeightMap longWave = Sine(width, height, 0.01, 1.28, degrees, 1);
@@ -194,7 +194,7 @@ TEST(FilterByFrequency, LongWaves_SurviveLowPassAndShortOnesHighPass) {
 }
 
 TEST(FilterByFrequency, WaveAtTheCutoff_KeepsHalf) {
-  for (const FilterKind kind : {FrequencyFilterKind::kGaussian, FrequencyFilterKind::kButterworth}) {
+  for (const FrequencyFilterKind kind : {FrequencyFilterKind::kGaussian, FrequencyFilterKind::kButterworth}) {
     for (const double degrees : {0.0, 30.0, 90.0}) {
       for (const auto& [width, height] : {std::pair(512, 512), std::pair(512, 256), std::pair(500, 400)}) {
         const HeightMap map = Sine(width, height, 0.01, 0.25, degrees, 1);
@@ -207,7 +207,7 @@ TEST(FilterByFrequency, WaveAtTheCutoff_KeepsHalf) {
 
 TEST(FilterByFrequency, LowAndHighPass_MakeUpTheSurface) {
   const HeightMap map = Random(60, 45);
-  for (const FilterKind kind : {FrequencyFilterKind::kGaussian, FrequencyFilterKind::kButterworth}) {
+  for (const FrequencyFilterKind kind : {FrequencyFilterKind::kGaussian, FrequencyFilterKind::kButterworth}) {
     const FrequencyFiltered low = FilterByFrequency(map, {Pass::kLow, kind, 5});
     const FrequencyFiltered high = FilterByFrequency(map, {Pass::kHigh, kind, 5});
     for (std::size_t k = 0; k < map.heights.size(); ++k)
