@@ -35,6 +35,8 @@ LibraryFilter ForLibrary(const FrequencyFilter& filter, double part) {
   }
 }
 
+}  // namespace
+
 void CheckCutoff(const HeightMap& map, double cutoff) {
   const double shortest = 2 * std::max(map.SpacingX(), map.SpacingY());
   const double longest = std::max(map.width * map.SpacingX(), map.height * map.SpacingY());
@@ -43,8 +45,6 @@ void CheckCutoff(const HeightMap& map, double cutoff) {
                                               "surface), in the unit of the file",
                                               cutoff, shortest, longest));
 }
-
-}  // namespace
 
 FrequencyFiltered FilterByFrequency(const HeightMap& map, const FrequencyFilter& filter) {
   CheckCutoff(map, filter.cutoff);

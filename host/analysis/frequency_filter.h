@@ -31,8 +31,11 @@ struct FrequencyFiltered {
   Cutoffs cutoffs;
 };
 
-/// The map must have no missing samples. Throws Failure: usage where the cutoff is shorter than two samples
-/// or longer than the surface, not computable where memory runs out.
+/// Throws Failure (usage) where the cutoff is shorter than two samples or longer than the surface.
+void CheckCutoff(const HeightMap& map, double cutoff);
+
+/// The map must have no missing samples. Throws Failure as CheckCutoff does, and (not computable) where
+/// memory runs out.
 FrequencyFiltered FilterByFrequency(const HeightMap& map, const FrequencyFilter& filter);
 
 }  // namespace qv3d

@@ -14,7 +14,7 @@
 namespace qv3d {
 namespace {
 
-constexpr int kSide = 64;
+constexpr int kSide = 64, kMiddle = kSide / 2;
 constexpr float kAmbient = 0.2f, kDiffuse = 0.6f;
 /// The lamp stands 60 degrees from the normal of a plane parallel to the base.
 constexpr double kCosine = 0.5;
@@ -77,7 +77,7 @@ void CheckLitPlane(const OffscreenContext& context, const Gauges& gauges, Checks
               2.0 / kSide / kSide);
   // A level is rounded to whole numbers, by OpenGL to either side.
   checks.Near("flat", "its grey in light from 60 degrees", 255 * (kAmbient + kDiffuse * kCosine),
-              image.Pixel(kSide / 2, kSide / 2)[1], 1);
+              image.Pixel(kMiddle, kMiddle)[1], 1);
 }
 
 void CheckStyles(const OffscreenContext& context, const Gauges& gauges, Checks& checks) {
@@ -106,7 +106,7 @@ void CheckPick(const OffscreenContext& context, const Gauges& gauges, Checks& ch
   options.width = options.height = 2 * kSide;
   const std::optional<PickedSample> sample = PickSample(context, gauges.cap, options, kSide, kSide);
   // The middle of the picture lies between four pixels, one and a quarter to the sample.
-  checks.Near("cap", "column picked in the middle of the map", (CapGauge::kSize - 1) / 2,
+  checks.Near("cap", "column picked in the middle of the map", CapGauge::kMiddleSample,
               sample ? sample->column : std::nan(""), 1);
   checks.Near("cap", "its height", CapGauge::kPeak, sample ? sample->height : std::nan(""),
               kGaugeSpacing * kGaugeSpacing / CapGauge::kRadius + Rounding(CapGauge::kRadius));

@@ -39,7 +39,8 @@ struct PlaneGauge {
 struct CapGauge {
   static constexpr int kSize = 101;
   static constexpr double kRadius = 2000, kPeak = 100;
-  static constexpr double kMiddle = (kSize - 1) / 2.0 * kGaugeSpacing;
+  static constexpr int kMiddleSample = (kSize - 1) / 2;
+  static constexpr double kMiddle = kMiddleSample * kGaugeSpacing;
 };
 
 /// 0 before a column, `height` from it on.

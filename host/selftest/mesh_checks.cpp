@@ -45,8 +45,9 @@ PointCloud CloudOf(const HeightMap& plane, int count) {
   Random random(7);
   PointCloud cloud;
   for (int i = 0; i < count; ++i) {
-    const double x = i < 4 ? (i % 2) * lastX : lastX * random.Uniform();
-    const double y = i < 4 ? (i / 2) * lastY : lastY * random.Uniform();
+    const int right = i % 2, upper = i / 2;
+    const double x = i < 4 ? right * lastX : lastX * random.Uniform();
+    const double y = i < 4 ? upper * lastY : lastY * random.Uniform();
     cloud.points.push_back({x, y, a * x + b * y + c});
   }
   cloud.bounds.min[0] = cloud.bounds.min[1] = 0;
