@@ -3,6 +3,9 @@
 #include <QV_3D.h>
 #include <algorithm>
 #include <cmath>
+#include <fmt/format.h>
+
+#include "failure.h"
 
 namespace qv3d {
 namespace {
@@ -21,6 +24,26 @@ bool HasNoSample(float height) {
 }
 
 }  // namespace
+
+double LineAt(const HeightMap& map, bool alongX, double position) {
+  return alongX ? (position - map.y0) / map.SpacingY() : (position - map.x0) / map.SpacingX();
+}
+
+void RequireInside(const HeightMap& map, SectionRequest& request) {
+  const double first = request.alongX ? map.y0 : map.x0;
+  const double spacing = request.alongX ? map.SpacingY() : map.SpacingX();
+  const int last = (request.alongX ? map.height : map.width) - 1;
+  // A position that was read from a rounded number may lie a little outside.
+  constexpr double kSlack = 1e-6;
+  if (!(request.line >= -kSlack * last && request.line <= last * (1 + kSlack))) {
+    throw Failure(
+        ExitCode::kUsage,
+        fmt::format("the section lies outside of the map, which has {} 0 to {} at {} = {:.6g} to {:.6g}",
+                    request.alongX ? "rows" : "columns", last, request.alongX ? "y" : "x", first,
+                    first + last * spacing));
+  }
+  request.line = std::clamp(request.line, 0.0, double(last));
+}
 
 Profile ProfileOf(const HeightMap& map, const SectionRequest& request) {
   const int count = request.alongX ? map.width : map.height;
@@ -43,6 +66,23 @@ Profile ProfileOf(const HeightMap& map, const SectionRequest& request) {
     profile.positions.push_back(request.alongX ? map.x0 + k * map.SpacingX() : map.y0 + k * map.SpacingY());
   }
   return profile;
+}
+
+ProfileStatistics MeasureProfile(Profile profile) {
+  ProfileStatistics s;
+  const auto count = static_cast<int>(profile.heights.size());
+  float* const h = profile.heights.data();
+  if (RemoveAverage(h, count) != 0) {
+    throw Failure(ExitCode::kNotComputable, "every sample of the section is missing");
+  }
+  ComputeAverage(h, count, &s.pa);
+  ComputeRMS(h, count, &s.pq);
+  ComputePeak(h, count, &s.pp);
+  ComputeValley(h, count, &s.pv);
+  ComputePeakToValley(h, count, &s.pt);
+  ComputeSkewness(h, count, &s.psk);
+  ComputeKurtosis(h, count, &s.pku);
+  return s;
 }
 
 }  // namespace qv3d

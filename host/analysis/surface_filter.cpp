@@ -286,17 +286,29 @@ void CheckRequestFor(const FilterRequest& request, const HeightMap& map, const s
          "--fill fills them from around before filtering and puts the holes back afterwards.");
 }
 
+std::pair<int, int> CroppedBy(const FilterRequest& request, const HeightMap& map) {
+  switch (request.kind) {
+    case FilterKind::kGaussian:
+      if (request.keepEdges) return {0, 0};
+      return {GaussianEdge(GaussianReach(request.length, map.SpacingX())),
+              GaussianEdge(GaussianReach(request.length, map.SpacingY()))};
+    case FilterKind::kMean:
+    case FilterKind::kSpline:
+    case FilterKind::kCircle:
+      return {0, 0};
+    default:
+      return {WindowOf(request) / 2, WindowOf(request) / 2};
+  }
+}
+
 FilteredMap ApplyFilter(const FilterRequest& request, const HeightMap& map, const HeightMap& measured) {
   FilteredMap result;
   HeightMap filtered = Filter(request, map);
-  if (request.kind == FilterKind::kGaussian && !request.keepEdges) {
-    result.croppedX = GaussianEdge(GaussianReach(request.length, map.SpacingX()));
-    result.croppedY = GaussianEdge(GaussianReach(request.length, map.SpacingY()));
-    filtered = CropEdges(filtered, result.croppedX, result.croppedY);
-  } else {
-    result.croppedX = (map.width - filtered.width) / 2;
-    result.croppedY = (map.height - filtered.height) / 2;
-  }
+  const auto [x, y] = CroppedBy(request, map);
+  result.croppedX = x;
+  result.croppedY = y;
+  // The windows have cut their edges off themselves.
+  if (filtered.width == map.width) filtered = CropEdges(filtered, x, y);
   result.filtered = std::move(filtered);
   result.input = CropEdges(measured, result.croppedX, result.croppedY);
   PutHolesBack(result.input, result.filtered);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "analysis/height_map.h"
@@ -64,6 +65,9 @@ void CheckRequest(const FilterRequest& request);
 /// Throws Failure (usage) where the parameter makes no sense for this map, or where the filter would take a
 /// missing sample for a height.
 void CheckRequestFor(const FilterRequest& request, const HeightMap& map, const std::string& unit);
+
+/// Samples that the filter cuts off at either end of the rows, and rows at either end of the columns.
+std::pair<int, int> CroppedBy(const FilterRequest& request, const HeightMap& map);
 
 /// `map` is what is filtered: without holes, where the filter takes them for heights. Where `measured`, a map
 /// of the same size, has holes the results get them too. Throws Failure (not computable) where nothing is

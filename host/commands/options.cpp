@@ -91,6 +91,13 @@ void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what)
   AddLimits(command, options.limits);
 }
 
+void AddImportOptions(CLI::App& command, ImportOptions& options) {
+  AddUnitOption(command, options.unit);
+  AddOutputOptions(command, options.json, options.quiet);
+  AddLimits(command, options.limits);
+  AddGridOptions(command, options);
+}
+
 void AddSurfaceOptions(CLI::App& command, ImportOptions& options) {
   AddFileOptions(command, options,
                  "A mesh (STL or PLY, binary or ASCII) or a height map (.csv, .txt: rows of heights)");

@@ -18,6 +18,9 @@ void AddLimits(CLI::App& command, ChildLimits& limits);
 void AddUnitOption(CLI::App& command, std::string& unit);
 void AddOutputOptions(CLI::App& command, bool& json, bool& quiet);
 
+/// As AddSurfaceOptions without FILE, for commands that take several.
+void AddImportOptions(CLI::App& command, ImportOptions& options);
+
 /// FILE and the unit of its numbers.
 void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit, const char* what);
 

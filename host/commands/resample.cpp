@@ -1,8 +1,6 @@
 // qv3d resample: a height map with another number of samples.
 #include "analysis/resample.h"
 
-#include <algorithm>
-#include <cmath>
 #include <fmt/format.h>
 
 #include "commands/options.h"
@@ -22,33 +20,6 @@ struct ResampleOptions {
   std::vector<std::filesystem::path> outputs;
 };
 
-constexpr double kMostSamples = 1 << 30;
-
-/// Samples along one side: those asked for, or else so many that the spacing, or the shape, comes out.
-int SamplesAlong(int asked, int other, double otherShare, int have, double spacing, double wantedSpacing) {
-  if (asked > 0) return asked;
-  const double samples = wantedSpacing > 0 ? have * spacing / wantedSpacing
-                         : other > 0       ? have * otherShare
-                                           : have;
-  if (samples < 1.5 || samples > 65536) {
-    throw Failure(
-        ExitCode::kUsage,
-        fmt::format("the new grid would have {:.0f} samples along one side, not 2 to 65536", samples));
-  }
-  return static_cast<int>(std::lround(samples));
-}
-
-std::pair<int, int> NewSize(const GridRequest& wanted, const HeightMap& map) {
-  const double shareX = static_cast<double>(wanted.nx) / map.width,
-               shareY = static_cast<double>(wanted.ny) / map.height;
-  const int nx = SamplesAlong(wanted.nx, wanted.ny, shareY, map.width, map.SpacingX(), wanted.spacing);
-  const int ny = SamplesAlong(wanted.ny, wanted.nx, shareX, map.height, map.SpacingY(), wanted.spacing);
-  if (double{1} * nx * ny > kMostSamples) {
-    throw Failure(ExitCode::kUsage, fmt::format("a grid of {} x {} samples is too large", nx, ny));
-  }
-  return {nx, ny};
-}
-
 void CheckFiles(const ResampleOptions& options) {
   if (!IsGridFile(options.import.file)) {
     throw Failure(ExitCode::kUsage,
@@ -59,15 +30,6 @@ void CheckFiles(const ResampleOptions& options) {
   if (options.wanted.nx == 0 && options.wanted.ny == 0 && options.wanted.spacing == 0) {
     throw Failure(ExitCode::kUsage, "give the new number of samples, --nx and --ny, or their --spacing");
   }
-}
-
-void WarnOfBicubic(const HeightMap& map, int width) {
-  const double error = BicubicError(map.width, width);
-  if (error < 0.0005) return;
-  fmt::print(stderr,
-             "qv3d: warning: between columns the bicubic weights do not sum to 1: heights are wrong by up to "
-             "{:.1f} % of their distance from the mean. --bilinear has no such error.\n",
-             100 * error);
 }
 
 void Print(const ResampleOptions& options, const LoadedMap& loaded, const HeightMap& result) {
@@ -94,8 +56,9 @@ void RunResample(const ResampleOptions& options) {
   CheckFiles(options);
   Progress progress(options.import.quiet);
   const LoadedMap loaded = LoadHeightMap(options.import, progress);
-  const auto [width, height] = NewSize(options.wanted, loaded.map);
-  if (options.bicubic) WarnOfBicubic(loaded.map, width);
+  const auto [width, height] =
+      PlanResampling(loaded.map, options.wanted.nx, options.wanted.ny, options.wanted.spacing);
+  if (options.bicubic) fmt::print(stderr, "{}", BicubicWarning(loaded.map.width, width));
   progress.Phase("resampling");
   const HeightMap result = ResampleMap(loaded.map, width, height,
                                        options.bicubic ? Interpolation::kBicubic : Interpolation::kBilinear);

@@ -1,7 +1,6 @@
 // qv3d section: a profile of a surface.
 #include "analysis/section.h"
 
-#include <QV_3D.h>
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
@@ -10,7 +9,6 @@
 #include <map>
 
 #include "commands/options.h"
-#include "failure.h"
 #include "plots/plot.h"
 #include "report.h"
 #include "units.h"
@@ -39,21 +37,9 @@ SectionRequest RequestOf(const SectionOptions& options, const HeightMap& map) {
   request.alongX = options.row >= 0 || !std::isnan(options.y);
   request.band = options.band;
   request.mode = options.mode;
-  const double first = request.alongX ? map.y0 : map.x0;
-  const double spacing = request.alongX ? map.SpacingY() : map.SpacingX();
-  const int last = (request.alongX ? map.height : map.width) - 1;
   const double at = request.alongX ? options.y : options.x;
-  request.line = std::isnan(at) ? std::max(options.row, options.column) : (at - first) / spacing;
-  // A position that was read from a rounded number may lie a little outside.
-  constexpr double kSlack = 1e-6;
-  if (request.line < -kSlack * last || request.line > last * (1 + kSlack)) {
-    throw Failure(
-        ExitCode::kUsage,
-        fmt::format("the section lies outside of the map, which has {} 0 to {} at {} = {:.6g} to {:.6g}",
-                    request.alongX ? "rows" : "columns", last, request.alongX ? "y" : "x", first,
-                    first + last * spacing));
-  }
-  request.line = std::clamp(request.line, 0.0, double(last));
+  request.line = std::isnan(at) ? std::max(options.row, options.column) : LineAt(map, request.alongX, at);
+  RequireInside(map, request);
   return request;
 }
 
@@ -110,28 +96,6 @@ std::string CsvOf(const SectionOptions& options, const SectionRequest& request, 
   return text;
 }
 
-struct ProfileStatistics {
-  float pa = 0, pq = 0, pp = 0, pv = 0, pt = 0, psk = 0, pku = 0;
-};
-
-/// About the mean of the profile.
-ProfileStatistics Measure(Profile profile) {
-  ProfileStatistics s;
-  const auto count = static_cast<int>(profile.heights.size());
-  float* const h = profile.heights.data();
-  if (RemoveAverage(h, count) != 0) {
-    throw Failure(ExitCode::kNotComputable, "every sample of the section is missing");
-  }
-  ComputeAverage(h, count, &s.pa);
-  ComputeRMS(h, count, &s.pq);
-  ComputePeak(h, count, &s.pp);
-  ComputeValley(h, count, &s.pv);
-  ComputePeakToValley(h, count, &s.pt);
-  ComputeSkewness(h, count, &s.psk);
-  ComputeKurtosis(h, count, &s.pku);
-  return s;
-}
-
 void PrintJson(const SectionOptions& options, const LoadedMap& loaded, const SectionRequest& request,
                const Profile& profile, const ProfileStatistics& s) {
   const HeightMap& map = loaded.map;
@@ -174,7 +138,7 @@ void RunSection(const SectionOptions& options) {
   const LoadedMap loaded = LoadHeightMap(options.import, progress);
   const SectionRequest request = RequestOf(options, loaded.map);
   const Profile profile = ProfileOf(loaded.map, request);
-  const ProfileStatistics statistics = Measure(profile);
+  const ProfileStatistics statistics = MeasureProfile(profile);
   progress.Phase("writing");
   bool hasText = true;
   for (const std::filesystem::path& output : options.outputs) {

@@ -3,6 +3,7 @@
 
 #include "commands/options.h"
 #include "import/load.h"
+#include "pipeline/batch.h"
 #include "report.h"
 #include "units.h"
 
@@ -26,7 +27,30 @@ void PrintText(const ImportOptions& options, const LoadedMap& loaded, const Stat
   }
 }
 
-void RunStats(const ImportOptions& options) {
+struct StatsOptions {
+  ImportOptions import;
+  std::vector<std::string> more;  ///< files
+  bool jsonLines = false;
+};
+
+void MeasureMany(const StatsOptions& options, const std::vector<std::filesystem::path>& files) {
+  const bool lines = options.jsonLines || options.import.json;
+  BatchTable table(lines ? TableFormat::kJsonLines : TableFormat::kCsv);
+  Progress progress(options.import.quiet);
+  for (const std::filesystem::path& file : files) {
+    table.Add(RowOf(file, [&](BatchRow& row) {
+      ImportOptions import = options.import;
+      import.file = file;
+      const LoadedMap loaded = LoadHeightMap(import, progress);
+      row.columns = ColumnsOf(loaded.map, loaded.missing, import.unit);
+      row.columns.update(JsonOf(Measure(loaded.map)));
+      progress.Finish();
+    }));
+  }
+  RequireOk(table);
+}
+
+void MeasureOne(const ImportOptions& options) {
   Progress progress(options.quiet);
   const LoadedMap loaded = LoadHeightMap(options, progress);
   progress.Phase("measuring");
@@ -42,14 +66,31 @@ void RunStats(const ImportOptions& options) {
   fmt::print("{}\n", json.dump(2));
 }
 
+void RunStats(const StatsOptions& options) {
+  std::vector<std::string> names{options.import.file.string()};
+  names.insert(names.end(), options.more.begin(), options.more.end());
+  const std::vector<std::filesystem::path> files = ExpandPatterns(names);
+  if (files.size() > 1 || options.jsonLines) {
+    MeasureMany(options, files);
+    return;
+  }
+  ImportOptions import = options.import;
+  import.file = files.front();
+  MeasureOne(import);
+}
+
 }  // namespace
 
 void AddStats(CLI::App& app, Invocation& invocation) {
   CLI::App& command =
       *app.add_subcommand("stats", "Measure a surface: Sa, Sq, Sp, Sv, Sz, Ssk, Sku, ten-point height");
-  const auto options = std::make_shared<ImportOptions>();
-  AddSurfaceOptions(command, *options);
-  AddLevelOption(command, *options);
+  const auto options = std::make_shared<StatsOptions>();
+  AddSurfaceOptions(command, options->import);
+  command.add_option(
+      "MORE", options->more,
+      "More files, or patterns of their names in quotes: one table, comma-separated, a row for each");
+  command.add_flag("--jsonl", options->jsonLines, "The table as JSON lines");
+  AddLevelOption(command, options->import);
   OnCommand(command, invocation, options, RunStats);
 }
 
