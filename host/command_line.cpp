@@ -47,6 +47,7 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddInfo(app, invocation);
   AddStats(app, invocation);
   AddMesh2Grid(app, invocation);
+  AddConvert(app, invocation);
   AddPoints2Grid(app, invocation);
   AddRender(app, invocation);
   AddSpectrum(app, invocation);

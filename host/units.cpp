@@ -30,6 +30,8 @@ bool IsKnownUnit(const std::string& fileUnit) {
 
 double UnitInMetres(const std::string& name) {
   if (name == "in") return 0.0254;
+  if (name == "cm") return 0.01;
+  if (name == "pm") return 1e-12;
   for (const char* micro : {"µm", "\xce\xbcm", "\xb5m"}) {
     if (name == micro) return 1e-6;
   }

@@ -3,7 +3,7 @@
 
 #include "analysis/correlation.h"
 #include "commands/options.h"
-#include "files/grid_file.h"
+#include "formats/grid_file.h"
 #include "import/whole_map.h"
 #include "plots/field_picture.h"
 #include "report.h"

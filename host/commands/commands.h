@@ -19,6 +19,7 @@ void AddDemo(CLI::App& app, Invocation& invocation);
 void AddFilter(CLI::App& app, Invocation& invocation);
 void AddInfo(CLI::App& app, Invocation& invocation);
 void AddStats(CLI::App& app, Invocation& invocation);
+void AddConvert(CLI::App& app, Invocation& invocation);
 void AddMesh2Grid(CLI::App& app, Invocation& invocation);
 void AddPoints2Grid(CLI::App& app, Invocation& invocation);
 void AddRender(CLI::App& app, Invocation& invocation);

@@ -7,7 +7,7 @@
 #include "analysis/frequency_filter.h"
 #include "commands/options.h"
 #include "failure.h"
-#include "files/grid_file.h"
+#include "formats/grid_file.h"
 #include "import/whole_map.h"
 #include "plots/field_picture.h"
 #include "report.h"
@@ -190,7 +190,7 @@ void AddFftFilter(CLI::App& app, Invocation& invocation) {
       ->transform(CLI::CheckedTransformer(kKinds))
       ->type_name("KIND");
   command.add_option("-o,--output", options->outputs,
-                     "The filtered surface: .csv, .xyz or .png (grey levels); may be given several times");
+                     GridOutputs("The filtered surface, may be given several times"));
   command.add_option("--picture", options->picture,
                      "Picture to write (.png): input, filtered surface and residual side by side");
   AddSizeOption(command, options->width, options->height);

@@ -4,7 +4,7 @@
 #include "analysis/hole_fill.h"
 #include "analysis/surface_filter.h"
 #include "commands/options.h"
-#include "files/grid_file.h"
+#include "formats/grid_file.h"
 #include "import/load.h"
 #include "plots/map_sheet.h"
 #include "report.h"
@@ -182,10 +182,7 @@ void AddFilter(CLI::App& app, Invocation& invocation) {
   AddFilterChoice(command, options->request);
   command.add_flag("--keep-edges", options->request.keepEdges,
                    "Keep the edges that the Gaussian filter spoils: there heights fall off");
-  command
-      .add_option("-o,--output", options->output,
-                  "The filtered grid: .csv (rows of heights), .xyz (points) or .png (grey levels)")
-      ->required();
+  command.add_option("-o,--output", options->output, GridOutputs("The filtered grid"))->required();
   command.add_option("--residual", options->residual, "Also write the residual, input minus filtered");
   command.add_option("--picture", options->picture,
                      "Also draw input, filtered and residual side by side (PNG)");

@@ -1,4 +1,4 @@
-// qv3d info: what a mesh file holds, and what stands in the way of measuring it.
+// qv3d info: what a file of a mesh or a height map holds, and what stands in the way of measuring it.
 #include <fmt/format.h>
 
 #include "commands/options.h"
@@ -16,6 +16,14 @@ const Finding* FirstReadingError(const MeshCheck& check) {
     if (finding.severity == Severity::kError && finding.code == ExitCode::kCorrupt) return &finding;
   }
   return nullptr;
+}
+
+bool StatesSpacing(const FileGrid& file) {
+  return file.spacingX > 0 && file.spacingY > 0;
+}
+
+const char* NameOf(Origin origin) {
+  return origin == Origin::kTop ? "top" : "bottom";
 }
 
 void PrintText(const ImportOptions& options, const MeshCheck& check, const MeshFacts* mesh) {
@@ -43,8 +51,57 @@ void PrintText(const ImportOptions& options, const MeshCheck& check, const MeshF
   if (check.findings.empty()) fmt::print("In order.\n");
 }
 
+void PrintGridText(const ImportOptions& options, const GridContent& content, std::uintmax_t bytes) {
+  const HeightMap& map = content.map;
+  const FileGrid& file = content.file;
+  const std::string unit = UnitName(options.unit);
+  const auto [low, high] = HeightRange(map);
+  const std::size_t missing = CountMissing(map);
+  fmt::print("{}: {}, {} bytes\n", options.file.string(), file.kind, bytes);
+  fmt::print("samples     {} x {}, {:.6g} x {:.6g} {} apart{}\n", map.width, map.height, map.SpacingX(),
+             map.SpacingY(), unit, StatesSpacing(file) ? "" : " (the file does not say)");
+  fmt::print("x           {:g} to {:g} {}\n", map.x0, map.x0 + map.xSize, unit);
+  fmt::print("y           {:g} to {:g} {}\n", map.y0, map.y0 + map.ySize, unit);
+  fmt::print("heights     {:g} to {:g} {}{}\n", low, high, unit,
+             file.heightMetres > 0 || options.zScale ? "" : " (the file names no unit)");
+  fmt::print("missing     {} samples ({:.2f} %)\n", missing,
+             100 * static_cast<double>(missing) / static_cast<double>(map.heights.size()));
+  fmt::print("first row   {}\n", NameOf(content.origin));
+}
+
+void PrintGridJson(const ImportOptions& options, const GridContent& content, std::uintmax_t bytes) {
+  LoadedMap loaded;
+  loaded.map = content.map;
+  loaded.missing = CountMissing(content.map);
+  const auto [low, high] = HeightRange(content.map);
+  const Json json = {{"file", options.file.string()},
+                     {"unit", options.unit},
+                     {"format", {{"id", content.format->id}, {"kind", content.file.kind}}},
+                     {"bytes", bytes},
+                     {"grid", JsonOfGrid(loaded)},
+                     {"heights", {ShortNumber(low), ShortNumber(high)}},
+                     {"firstRow", NameOf(content.origin)},
+                     {"stated",
+                      {{"spacing", StatesSpacing(content.file)},
+                       {"lateralUnit", content.file.lateralMetres > 0},
+                       {"heightUnit", content.file.heightMetres > 0}}},
+                     {"remarks", content.file.remarks}};
+  fmt::print("{}\n", json.dump(2));
+}
+
+void RunGridInfo(const ImportOptions& options, Progress& progress) {
+  progress.Phase("reading the height map");
+  const GridReading reading = ReadingOf(options);
+  const GridContent content = ReadGridContent(options.file, reading);
+  progress.Finish();
+  PrintRemarks(options.file, content, reading);
+  const std::uintmax_t bytes = std::filesystem::file_size(options.file);
+  options.json ? PrintGridJson(options, content, bytes) : PrintGridText(options, content, bytes);
+}
+
 void RunInfo(const ImportOptions& options) {
   Progress progress(options.quiet);
+  if (IsGridFile(options.file)) return RunGridInfo(options, progress);
   progress.Phase("checking the file");
   const std::string bytes = ReadWholeFile(options.file);
   const MeshFormat format = RequireMesh(options.file, bytes);
@@ -72,9 +129,15 @@ void RunInfo(const ImportOptions& options) {
 }  // namespace
 
 void AddInfo(CLI::App& app, Invocation& invocation) {
-  CLI::App& command = *app.add_subcommand("info", "Tell what a mesh file holds and whether it is in order");
+  CLI::App& command = *app.add_subcommand("info", "Tell what a file holds and whether it is in order");
   const auto options = std::make_shared<ImportOptions>();
-  AddFileOptions(command, *options, "An STL or PLY file, binary or ASCII");
+  AddFileOptions(
+      command, *options,
+      fmt::format("A mesh (STL or PLY, binary or ASCII) or a height map ({})", ExtensionsOf(false)));
+  AddReadingOptions(command, *options);
+  command.add_option("--spacing", options->grid.spacing, "Distance of the samples, whatever the file says")
+      ->check(CLI::PositiveNumber)
+      ->group("Height map");
   OnCommand(command, invocation, options, RunInfo);
 }
 

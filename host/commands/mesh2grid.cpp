@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "files/grid_file.h"
+#include "formats/grid_file.h"
 #include "import/load.h"
 #include "report.h"
 #include "units.h"
@@ -53,8 +53,7 @@ void AddMesh2Grid(CLI::App& app, Invocation& invocation) {
       ->group("Height map");
   command.add_option(
       "-o,--output", options->outputs,
-      "What to write: .csv (rows of heights), .xyz (points) or .png (grey levels); may be given several "
-      "times (default: FILE's name with .csv, here)");
+      GridOutputs("What to write, may be given several times (default: FILE's name with .csv, here)"));
   OnCommand(command, invocation, options, RunMesh2Grid);
 }
 

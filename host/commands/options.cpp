@@ -13,6 +13,8 @@ namespace {
 const std::map<std::string, GlBackend> kBackends{
     {"auto", GlBackend::kAutomatic}, {"egl", GlBackend::kEgl}, {"glx", GlBackend::kGlx}};
 
+const std::map<std::string, Origin> kOrigins{{"top", Origin::kTop}, {"bottom", Origin::kBottom}};
+
 std::string CheckUnit(const std::string& unit) {
   return IsKnownUnit(unit) ? std::string() : "the unit must be m, mm, um, nm or in";
 }
@@ -76,17 +78,18 @@ void AddUnitOption(CLI::App& command, std::string& unit) {
       ->check(CheckUnit);
 }
 
-void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit, const char* what) {
+void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit,
+                    const std::string& what) {
   command.add_option("FILE", file, what)->required();
   AddUnitOption(command, unit);
 }
 
-void AddPlainFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
+void AddPlainFileOptions(CLI::App& command, ImportOptions& options, const std::string& what) {
   AddFileAndUnit(command, options.file, options.unit, what);
   AddOutputOptions(command, options.json, options.quiet);
 }
 
-void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what) {
+void AddFileOptions(CLI::App& command, ImportOptions& options, const std::string& what) {
   AddPlainFileOptions(command, options, what);
   AddLimits(command, options.limits);
 }
@@ -99,9 +102,36 @@ void AddImportOptions(CLI::App& command, ImportOptions& options) {
 }
 
 void AddSurfaceOptions(CLI::App& command, ImportOptions& options) {
-  AddFileOptions(command, options,
-                 "A mesh (STL or PLY, binary or ASCII) or a height map (.csv, .txt: rows of heights)");
+  AddFileOptions(
+      command, options,
+      fmt::format("A mesh (STL or PLY, binary or ASCII) or a height map ({})", ExtensionsOf(false)));
   AddGridOptions(command, options);
+  AddReadingOptions(command, options);
+}
+
+void AddOriginOption(CLI::App& command, const char* name, std::optional<Origin>& origin, const char* what) {
+  command
+      .add_option_function<std::string>(
+          name, [&origin](const std::string& word) { origin = kOrigins.at(word); }, what)
+      ->check(CLI::IsMember(kOrigins))
+      ->type_name("top|bottom")
+      ->group("Height map");
+}
+
+void AddReadingOptions(CLI::App& command, ImportOptions& options) {
+  AddOriginOption(command, "--origin", options.origin,
+                  "Where the first row of the file lies, +y upwards (default: see docs/formats.md)");
+  command
+      .add_option(
+          "--height-scale", options.zScale,
+          "Height that a 1 in the file stands for, whatever the file says (pictures: of one grey level)")
+      ->check(CLI::TypeValidator<double>())
+      ->group("Height map");
+  command.add_option("--height-offset", options.zOffset, "Height to add to all")->group("Height map");
+}
+
+std::string GridOutputs(const char* what) {
+  return fmt::format("{}: a file that ends in {}", what, ExtensionsOf(true));
 }
 
 void AddLevelOption(CLI::App& command, ImportOptions& options) {

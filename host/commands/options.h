@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "commands/commands.h"
@@ -22,16 +23,24 @@ void AddOutputOptions(CLI::App& command, bool& json, bool& quiet);
 void AddImportOptions(CLI::App& command, ImportOptions& options);
 
 /// FILE and the unit of its numbers.
-void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit, const char* what);
+void AddFileAndUnit(CLI::App& command, std::filesystem::path& file, std::string& unit,
+                    const std::string& what);
 
 /// FILE, its unit, --json and --quiet. `what` says which files may be given.
-void AddPlainFileOptions(CLI::App& command, ImportOptions& options, const char* what);
+void AddPlainFileOptions(CLI::App& command, ImportOptions& options, const std::string& what);
 
 /// As AddPlainFileOptions, and the limits of the import of a mesh.
-void AddFileOptions(CLI::App& command, ImportOptions& options, const char* what);
+void AddFileOptions(CLI::App& command, ImportOptions& options, const std::string& what);
 
 /// As AddFileOptions, and how the file becomes a height map.
 void AddSurfaceOptions(CLI::App& command, ImportOptions& options);
+
+/// --origin, --height-scale and --height-offset: how the file of a height map is to be understood.
+void AddReadingOptions(CLI::App& command, ImportOptions& options);
+void AddOriginOption(CLI::App& command, const char* name, std::optional<Origin>& origin, const char* what);
+
+/// "WHAT: a file that ends in ..." for the help of an option that names a grid to write.
+std::string GridOutputs(const char* what);
 
 void AddLevelOption(CLI::App& command, ImportOptions& options);
 void AddBackend(CLI::App& command, GlBackend& backend);

@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "files/grid_file.h"
+#include "formats/grid_file.h"
 #include "import/points.h"
 #include "report.h"
 #include "units.h"
@@ -143,9 +143,8 @@ void AddPoints2Grid(CLI::App& app, Invocation& invocation) {
   AddUnitOption(command, options->unit);
   AddNodeOptions(command, *options);
   AddMethodOptions(command, *options);
-  command.add_option(
-      "-o,--output", options->outputs,
-      "What to write: .csv, .xyz or .png; may be given several times (default: FILE-grid.csv, here)");
+  command.add_option("-o,--output", options->outputs,
+                     GridOutputs("What to write, may be given several times (default: FILE-grid.csv, here)"));
   AddOutputOptions(command, options->json, options->quiet);
   OnCommand(command, invocation, options, RunPoints2Grid);
 }

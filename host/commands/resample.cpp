@@ -5,7 +5,7 @@
 
 #include "commands/options.h"
 #include "failure.h"
-#include "files/grid_file.h"
+#include "formats/grid_file.h"
 #include "import/load.h"
 #include "report.h"
 #include "units.h"
@@ -22,9 +22,10 @@ struct ResampleOptions {
 
 void CheckFiles(const ResampleOptions& options) {
   if (!IsGridFile(options.import.file)) {
-    throw Failure(ExitCode::kUsage,
-                  fmt::format("{}: resample takes height maps, .csv or .txt", options.import.file.string()),
-                  "qv3d mesh2grid FILE --nx N turns a mesh into a height map of any size.");
+    throw Failure(
+        ExitCode::kUsage,
+        fmt::format("{}: resample takes height maps ({})", options.import.file.string(), ExtensionsOf(false)),
+        "qv3d mesh2grid FILE --nx N turns a mesh into a height map of any size.");
   }
   for (const std::filesystem::path& output : options.outputs) RequireGridFormat(output);
   if (options.wanted.nx == 0 && options.wanted.ny == 0 && options.wanted.spacing == 0) {
@@ -74,7 +75,8 @@ void AddResample(CLI::App& app, Invocation& invocation) {
   CLI::App& command = *app.add_subcommand("resample", "Give a height map another number of samples");
   const auto options = std::make_shared<ResampleOptions>();
   options->import.level = false;
-  AddPlainFileOptions(command, options->import, "A height map (.csv, .txt: rows of heights)");
+  AddPlainFileOptions(command, options->import, fmt::format("A height map ({})", ExtensionsOf(false)));
+  AddReadingOptions(command, options->import);
   CLI::Option* const nx =
       command.add_option("--nx", options->wanted.nx, "Samples along x")->check(CLI::Range(2, 65536));
   CLI::Option* const ny =
@@ -95,9 +97,7 @@ void AddResample(CLI::App& app, Invocation& invocation) {
           "--bilinear", [] {}, "Between the nearest 2 x 2 samples (default)")
       ->excludes(bicubic);
   command
-      .add_option("-o,--output", options->outputs,
-                  "What to write: .csv (rows of heights), .xyz (points) or .png (grey levels); may be given "
-                  "several times")
+      .add_option("-o,--output", options->outputs, GridOutputs("What to write, may be given several times"))
       ->required();
   OnCommand(command, invocation, options, RunResample);
 }

@@ -12,11 +12,20 @@ namespace {
 
 constexpr const char* kBlanks = " \t\r";
 
+/// Whether blanks lie inside of what the commas separate, as in "1,5 2,5": then the commas are decimal ones.
+bool HasDecimalCommas(std::string_view line) {
+  while (true) {
+    const std::size_t end = line.find(',');
+    if (Trim(line.substr(0, end)).find_first_of(kBlanks) != std::string_view::npos) return true;
+    if (end == std::string_view::npos) return false;
+    line.remove_prefix(end + 1);
+  }
+}
+
 /// The characters that separate the fields of a line, the first kind that it has.
 std::string_view SeparatorsOf(std::string_view line) {
-  for (const std::string_view one : {";", ","}) {
-    if (line.find(one) != std::string_view::npos) return one;
-  }
+  if (line.find(';') != std::string_view::npos) return ";";
+  if (line.find(',') != std::string_view::npos && !HasDecimalCommas(line)) return ",";
   return kBlanks;
 }
 
@@ -26,6 +35,12 @@ bool ReadNumber(std::string_view field, double& number) {
     return true;
   }
   if (field.front() == '+') field.remove_prefix(1);
+  std::string copy;
+  if (const std::size_t comma = field.find(','); comma != std::string_view::npos) {
+    copy = field;
+    copy[comma] = '.';
+    field = copy;
+  }
   const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), number);
   return error == std::errc() && end == field.data() + field.size();
 }

@@ -8,8 +8,9 @@
 
 namespace qv3d {
 
-/// Reads a file line by line. Numbers are separated by commas, semicolons or white space and have a decimal
-/// point; "nan", "-" and empty fields between commas or semicolons are NaN. Empty lines are passed over.
+/// Reads a file line by line. Numbers are separated by commas, semicolons or white space; "nan", "-" and
+/// empty fields between commas or semicolons are NaN. Empty lines are passed over. Numbers have a decimal
+/// point, or a decimal comma where semicolons or white space separate them.
 class NumberLines {
  public:
   /// Throws Failure (unreadable). `advice` says what such a file looks like, for the failures to come.

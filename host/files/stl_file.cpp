@@ -168,8 +168,7 @@ bool LooksLikeStl(std::string_view bytes) {
   return SaysSolid(bytes) || SizeMatchesCount(bytes);
 }
 
-void WriteBinaryStl(const std::filesystem::path& path, const std::vector<Triangle>& triangles,
-                    std::string_view header) {
+std::string StlBytes(const std::vector<Triangle>& triangles, std::string_view header) {
   std::string bytes(kHeaderBytes + kRecordBytes * triangles.size(), '\0');
   std::memcpy(bytes.data(), header.data(), std::min<std::size_t>(header.size(), 80));
   const auto count = static_cast<std::uint32_t>(triangles.size());
@@ -181,6 +180,12 @@ void WriteBinaryStl(const std::filesystem::path& path, const std::vector<Triangl
     std::memcpy(record + sizeof normal, t.data(), sizeof t);
     record += kRecordBytes;
   }
+  return bytes;
+}
+
+void WriteBinaryStl(const std::filesystem::path& path, const std::vector<Triangle>& triangles,
+                    std::string_view header) {
+  const std::string bytes = StlBytes(triangles, header);
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.close();

@@ -46,7 +46,10 @@ StlScan ScanStl(std::string_view bytes, const std::function<void(const Triangle&
 /// explains.
 bool LooksLikeStl(std::string_view bytes);
 
-/// Writes a binary file with the normals of the right-hand rule. Throws Failure (unreadable) where it cannot.
+/// A binary file with the normals of the right-hand rule, and the same written to a path. Throws Failure
+/// (unreadable) where it cannot.
+std::string StlBytes(const std::vector<Triangle>& triangles, std::string_view header);
+
 void WriteBinaryStl(const std::filesystem::path& path, const std::vector<Triangle>& triangles,
                     std::string_view header);
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <fmt/format.h>
 
-#include "files/grid_file.h"
+#include "failure.h"
 
 namespace qv3d {
 namespace {
@@ -28,7 +28,7 @@ void ReadMap(const ImportOptions& options, LoadedMap& loaded, Progress& progress
                   "qv3d resample changes their number.");
   }
   progress.Phase("reading the height map");
-  loaded.map = ReadGrid(options.file, options.unit, options.grid.spacing);
+  loaded.map = ReadGrid(options.file, ReadingOf(options));
   loaded.missing = CountMissing(loaded.map);
   if (loaded.missing == loaded.map.heights.size()) {
     throw Failure(ExitCode::kNotComputable, "every sample of the height map is missing");
@@ -36,6 +36,10 @@ void ReadMap(const ImportOptions& options, LoadedMap& loaded, Progress& progress
 }
 
 }  // namespace
+
+GridReading ReadingOf(const ImportOptions& options) {
+  return {options.unit, options.grid.spacing, options.origin, options.zScale, options.zOffset};
+}
 
 void PrintRemarks(const PreparedMesh& prepared, const std::string& libraryMessages) {
   const bool mended = !prepared.actions.empty();

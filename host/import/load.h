@@ -2,10 +2,12 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "analysis/height_map.h"
 #include "files/mesh_repair.h"
+#include "formats/grid_file.h"
 #include "import/child_process.h"
 #include "import/safe_import.h"
 #include "progress.h"
@@ -19,6 +21,9 @@ struct ImportOptions {
   ChildLimits limits;
   GridRequest grid;
   std::string unit = "mm";
+  std::optional<Origin>
+      origin;  ///< of a height map, where its file is to be understood otherwise than it says
+  std::optional<double> zScale, zOffset;
   bool fill = false;
   bool level = true;
   bool json = false;
@@ -37,6 +42,9 @@ struct LoadedMap {
     return static_cast<double>(missing) / static_cast<double>(map.heights.size());
   }
 };
+
+/// How a height map is to be understood, in words of its reader.
+GridReading ReadingOf(const ImportOptions& options);
 
 /// Reads a height map, or checks, mends and imports a mesh; then levels and fills. Warnings go to the
 /// standard error stream.

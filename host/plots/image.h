@@ -47,10 +47,6 @@ Image ReadPng(const std::filesystem::path& path);
 std::string EncodePng(const Image& image);
 void WritePng(const std::filesystem::path& path, const Image& image);
 
-/// An 8-bit grey picture of width x height bytes, first row on top.
-void WriteGreyPng(const std::filesystem::path& path, const std::vector<std::uint8_t>& grey, int width,
-                  int height);
-
 /// Writes bytes to a file. Throws Failure (unreadable) where that fails.
 void WriteWholeFile(const std::filesystem::path& path, const std::string& bytes);
 

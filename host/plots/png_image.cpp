@@ -58,11 +58,6 @@ void WritePng(const std::filesystem::path& path, const Image& image) {
   WriteWholeFile(path, EncodePng(image));
 }
 
-void WriteGreyPng(const std::filesystem::path& path, const std::vector<std::uint8_t>& grey, int width,
-                  int height) {
-  WriteWholeFile(path, Encode(grey.data(), width, height, PNG_FORMAT_GRAY));
-}
-
 void WriteWholeFile(const std::filesystem::path& path, const std::string& bytes) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));

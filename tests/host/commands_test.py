@@ -135,7 +135,7 @@ class Mesh2Grid(ProgramTest):
         picture = Picture(self.path("g.png"))
         self.assertEqual((picture.width, picture.height, picture.channels), (40, 40, 1))
         self.assertEqual(picture.pixel(0, 39), (0,))
-        self.assertEqual(picture.pixel(39, 0), (255,))
+        self.assertEqual(picture.pixel(39, 0), (65535,))
         self.assertEqual(picture.pixel(39, 39), (1,))
 
     def test_without_a_name_the_grid_goes_beside(self):

@@ -116,7 +116,7 @@ def png_size(path):
 
 
 class Picture:
-    """An 8-bit PNG, grey or RGB, decoded."""
+    """A PNG of 8-bit RGB or of 8-bit or 16-bit grey, decoded."""
 
     def __init__(self, path):
         with open(path, "rb") as file:
@@ -128,15 +128,17 @@ class Picture:
             body = data[at + 8:at + 8 + length]
             if kind == b"IHDR":
                 self.width, self.height, depth, colour, _, _, interlace = struct.unpack(">IIBBBBB", body)
-                assert depth == 8 and colour in (0, 2) and interlace == 0
+                assert (depth, colour) in ((8, 0), (16, 0), (8, 2)) and interlace == 0
                 self.channels = 3 if colour == 2 else 1
+                self.sample_bytes = depth // 8
             elif kind == b"IDAT":
                 packed += body
             at += 12 + length
         self.rows = self._unfilter(zlib.decompress(packed))
 
     def _unfilter(self, raw):
-        stride, n = self.width * self.channels, self.channels
+        n = self.channels * self.sample_bytes
+        stride = self.width * n
         rows, above = [], bytearray(stride)
         for y in range(self.height):
             kind = raw[y * (stride + 1)]
@@ -160,6 +162,8 @@ class Picture:
         return rows
 
     def pixel(self, x, y):
+        if self.sample_bytes == 2:
+            return struct.unpack_from(">H", self.rows[y], 2 * x)
         return tuple(self.rows[y][self.channels * x:self.channels * (x + 1)])
 
     def colours(self):
