@@ -60,6 +60,7 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddCut(app, invocation);
   AddRoundness(app, invocation);
   AddResample(app, invocation);
+  AddSelftest(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

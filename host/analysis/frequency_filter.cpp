@@ -22,11 +22,11 @@ struct LibraryFilter {
 LibraryFilter ForLibrary(const FrequencyFilter& filter, double part) {
   const bool low = filter.pass == Pass::kLow;
   switch (filter.kind) {
-    case FilterKind::kIdeal:
+    case FrequencyFilterKind::kIdeal:
       // Measured from the highest frequencies of both axes, where long waves along an axis lie farthest away:
       // type 1 clears what is near, the short waves.
       return {low ? 1 : 0, static_cast<float>(std::hypot(1, 1 - part))};
-    case FilterKind::kButterworth:
+    case FrequencyFilterKind::kButterworth:
       // 1 / (1 + 0.414 * q * q) is a half.
       return {low ? 2 : 3, static_cast<float>(part * std::sqrt(0.414))};
     default:
@@ -46,7 +46,7 @@ void CheckCutoff(const HeightMap& map, double cutoff) {
 
 }  // namespace
 
-FilteredMap FilterByFrequency(const HeightMap& map, const FrequencyFilter& filter) {
+FrequencyFiltered FilterByFrequency(const HeightMap& map, const FrequencyFilter& filter) {
   CheckCutoff(map, filter.cutoff);
   // The library counts terms, whatever they stand for: with as many along both axes, a wave is filtered alike
   // in all directions.
@@ -58,7 +58,7 @@ FilteredMap FilterByFrequency(const HeightMap& map, const FrequencyFilter& filte
   if (FFTFilter(padded.data(), side, side, wanted.type, wanted.parameter, 0, padded.data()) != 0) {
     throw Failure(ExitCode::kNotComputable, "not enough memory for the filter", "Choose a coarser grid.");
   }
-  FilteredMap filtered;
+  FrequencyFiltered filtered;
   filtered.heights.resize(map.heights.size());
   CropSurface(padded.data(), filtered.heights.data(), (side - map.width) / 2, (side - map.height) / 2, side,
               side, map.width, map.height);
@@ -70,7 +70,7 @@ FilteredMap FilterByFrequency(const HeightMap& map, const FrequencyFilter& filte
   }
   filtered.cutoffs = {filter.cutoff * map.SpacingX() / spacing, filter.cutoff * map.SpacingY() / spacing,
                       filter.cutoff};
-  if (filter.kind == FilterKind::kIdeal) {
+  if (filter.kind == FrequencyFilterKind::kIdeal) {
     filtered.cutoffs.diagonal = 2 * spacing / (std::numbers::sqrt2 - std::hypot(1, 1 - part));
   }
   return filtered;

@@ -8,7 +8,7 @@
 namespace qv3d {
 
 enum class Pass { kLow, kHigh };
-enum class FilterKind {
+enum class FrequencyFilterKind {
   kGaussian,
   kButterworth,  ///< of first order
   kIdeal         ///< all or nothing
@@ -16,7 +16,7 @@ enum class FilterKind {
 
 struct FrequencyFilter {
   Pass pass = Pass::kLow;  ///< low keeps the long waves, the waviness
-  FilterKind kind = FilterKind::kGaussian;
+  FrequencyFilterKind kind = FrequencyFilterKind::kGaussian;
   double cutoff = 0;  ///< wavelength that passes with half its amplitude
 };
 
@@ -26,13 +26,13 @@ struct Cutoffs {
   double x = 0, y = 0, diagonal = 0;
 };
 
-struct FilteredMap {
+struct FrequencyFiltered {
   std::vector<float> heights;  ///< about zero, or with the mean of the input where long waves are kept
   Cutoffs cutoffs;
 };
 
 /// The map must have no missing samples. Throws Failure: usage where the cutoff is shorter than two samples
 /// or longer than the surface, not computable where memory runs out.
-FilteredMap FilterByFrequency(const HeightMap& map, const FrequencyFilter& filter);
+FrequencyFiltered FilterByFrequency(const HeightMap& map, const FrequencyFilter& filter);
 
 }  // namespace qv3d

@@ -32,5 +32,6 @@ void AddPick(CLI::App& app, Invocation& invocation);
 void AddGallery(CLI::App& app, Invocation& invocation);
 void AddResample(CLI::App& app, Invocation& invocation);
 void AddRoundness(CLI::App& app, Invocation& invocation);
+void AddSelftest(CLI::App& app, Invocation& invocation);
 
 }  // namespace qv3d

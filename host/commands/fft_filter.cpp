@@ -26,9 +26,9 @@ struct FftFilterOptions {
   int height = 680;
 };
 
-const std::map<std::string, FilterKind> kKinds{{"gaussian", FilterKind::kGaussian},
-                                               {"butterworth", FilterKind::kButterworth},
-                                               {"ideal", FilterKind::kIdeal}};
+const std::map<std::string, FrequencyFilterKind> kKinds{{"gaussian", FrequencyFilterKind::kGaussian},
+                                                        {"butterworth", FrequencyFilterKind::kButterworth},
+                                                        {"ideal", FrequencyFilterKind::kIdeal}};
 
 /// Along which axes the cutoff is not the one asked for by more than this is told.
 constexpr double kUnequalSpacing = 0.01;
@@ -36,7 +36,7 @@ constexpr double kUnequalSpacing = 0.01;
 /// The colours span all but this share of the samples at either end.
 constexpr double kOutliers = 0.002;
 
-const char* NameOf(FilterKind kind) {
+const char* NameOf(FrequencyFilterKind kind) {
   for (const auto& [name, known] : kKinds) {
     if (known == kind) return name.c_str();
   }
@@ -77,7 +77,7 @@ Result Filter(const FftFilterOptions& options, const FrequencyFilter& filter, Pr
   WholeMap whole = LoadWholeMap(options.import, progress);
   progress.Phase("filtering");
   Result result{whole.loaded.map, whole.loaded.map, whole.loaded.map, {}};
-  FilteredMap filtered = FilterByFrequency(whole.loaded.map, filter);
+  FrequencyFiltered filtered = FilterByFrequency(whole.loaded.map, filter);
   result.cutoffs = filtered.cutoffs;
   result.filtered.heights = std::move(filtered.heights);
   for (std::size_t k = 0; k < result.residual.heights.size(); ++k) {
@@ -160,7 +160,7 @@ void RunFftFilter(const FftFilterOptions& options) {
   };
   fmt::print("Sq {} before, {} filtered, {} taken away\n", height(result.input), height(result.filtered),
              height(result.residual));
-  if (filter.kind == FilterKind::kIdeal) {
+  if (filter.kind == FrequencyFilterKind::kIdeal) {
     fmt::print("cutoff {:.4g} {} along x and y, {:.4g} along the diagonals\n", filter.cutoff,
                UnitName(options.import.unit), result.cutoffs.diagonal);
   }

@@ -2,33 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
+
+#include "random.h"
 
 namespace qv3d {
 namespace {
-
-/// A small generator of our own, so that the standard library's choice does not change the sample.
-class Random {
- public:
-  explicit Random(std::uint64_t seed) : state_(seed) {}
-
-  /// About normally distributed with standard deviation 1: the sum of twelve uniform numbers.
-  double Normal() {
-    double sum = -6;
-    for (int i = 0; i < 12; ++i) sum += Uniform();
-    return sum;
-  }
-
- private:
-  double Uniform() {
-    state_ ^= state_ >> 12;
-    state_ ^= state_ << 25;
-    state_ ^= state_ >> 27;
-    return static_cast<double>((state_ * 2685821657736338717ULL) >> 11) * 0x1p-53;
-  }
-
-  std::uint64_t state_;
-};
 
 double Form(const SamplePart& part, double x, double y) {
   const double half = part.side / 2;

@@ -162,7 +162,7 @@ TEST(LengthOfCorrelation, Bumps_HaveTheLengthsOfTheirShape) {
 
 /// What is left of a wave, in the middle of the map where edges do not matter.
 double Transmission(const HeightMap& map, const FrequencyFilter& filter) {
-  const FilteredMap filtered = FilterByFrequency(map, filter);
+  const FrequencyFiltered filtered = FilterByFrequency(map, filter);
   double before = 0, after = 0;
   for (int j = map.height / 4; j < 3 * map.height / 4; ++j) {
     for (int i = map.width / 4; i < 3 * map.width / 4; ++i) {
@@ -175,10 +175,11 @@ double Transmission(const HeightMap& map, const FrequencyFilter& filter) {
   return std::sqrt(after / before);
 }
 
-constexpr FilterKind kAllKinds[] = {FilterKind::kGaussian, FilterKind::kButterworth, FilterKind::kIdeal};
+constexpr FrequencyFilterKind kAllKinds[] = {FrequencyFilterKind::kGaussian,
+                                             FrequencyFilterKind::kButterworth, FrequencyFilterKind::kIdeal};
 
 TEST(FilterByFrequency, LongWaves_SurviveLowPassAndShortOnesHighPass) {
-  for (const FilterKind kind : kAllKinds) {
+  for (const FrequencyFilterKind kind : kAllKinds) {
     for (const auto& [width, height] : {std::pair(256, 256), std::pair(512, 256), std::pair(300, 300)}) {
       for (const double degrees : {0.0, 45.0, 90.0}) {
         const HeightMap longWave = Sine(width, height, 0.01, 1.28, degrees, 1);
@@ -193,7 +194,7 @@ TEST(FilterByFrequency, LongWaves_SurviveLowPassAndShortOnesHighPass) {
 }
 
 TEST(FilterByFrequency, WaveAtTheCutoff_KeepsHalf) {
-  for (const FilterKind kind : {FilterKind::kGaussian, FilterKind::kButterworth}) {
+  for (const FrequencyFilterKind kind : {FrequencyFilterKind::kGaussian, FrequencyFilterKind::kButterworth}) {
     for (const double degrees : {0.0, 30.0, 90.0}) {
       for (const auto& [width, height] : {std::pair(512, 512), std::pair(512, 256), std::pair(500, 400)}) {
         const HeightMap map = Sine(width, height, 0.01, 0.25, degrees, 1);
@@ -206,16 +207,16 @@ TEST(FilterByFrequency, WaveAtTheCutoff_KeepsHalf) {
 
 TEST(FilterByFrequency, LowAndHighPass_MakeUpTheSurface) {
   const HeightMap map = Random(60, 45);
-  for (const FilterKind kind : {FilterKind::kGaussian, FilterKind::kButterworth}) {
-    const FilteredMap low = FilterByFrequency(map, {Pass::kLow, kind, 5});
-    const FilteredMap high = FilterByFrequency(map, {Pass::kHigh, kind, 5});
+  for (const FrequencyFilterKind kind : {FrequencyFilterKind::kGaussian, FrequencyFilterKind::kButterworth}) {
+    const FrequencyFiltered low = FilterByFrequency(map, {Pass::kLow, kind, 5});
+    const FrequencyFiltered high = FilterByFrequency(map, {Pass::kHigh, kind, 5});
     for (std::size_t k = 0; k < map.heights.size(); ++k)
       ASSERT_NEAR(low.heights[k] + high.heights[k], map.heights[k], 1e-4);
   }
 }
 
 TEST(FilterByFrequency, IdealCutoff_HoldsAlongTheAxesAndIsToldForDiagonals) {
-  const FrequencyFilter filter{Pass::kLow, FilterKind::kIdeal, 0.25};
+  const FrequencyFilter filter{Pass::kLow, FrequencyFilterKind::kIdeal, 0.25};
   const HeightMap any = Sine(512, 512, 0.01, 0.25, 0, 1);
   const Cutoffs cutoffs = FilterByFrequency(any, filter).cutoffs;
   EXPECT_NEAR(cutoffs.x, 0.25, 1e-9);
@@ -230,7 +231,7 @@ TEST(FilterByFrequency, CutoffOutsideTheSurface_IsAUsageError) {
   const HeightMap map = Random(20, 20);
   for (const double cutoff : {0.9, 10.5}) {
     try {
-      FilterByFrequency(map, {Pass::kLow, FilterKind::kGaussian, cutoff});
+      FilterByFrequency(map, {Pass::kLow, FrequencyFilterKind::kGaussian, cutoff});
       ADD_FAILURE() << cutoff;
     } catch (const Failure& failure) {
       EXPECT_EQ(failure.code(), ExitCode::kUsage);
