@@ -102,8 +102,9 @@ void Append(png_structp png, png_bytep from, std::size_t count) {
 bool WriteAll(Writing& writing, int width, int height) {
   if (setjmp(png_jmpbuf(writing.png)) != 0) return false;
   png_set_write_fn(writing.png, &writing, Append, nullptr);
-  png_set_IHDR(writing.png, writing.info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 16,
-               PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  png_set_IHDR(writing.png, writing.info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height),
+               16, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+               PNG_FILTER_TYPE_DEFAULT);
   png_set_text(writing.png, writing.info, writing.texts.data(), static_cast<int>(writing.texts.size()));
   png_write_info(writing.png, writing.info);
   for (int row = 0; row < height; ++row) {
@@ -131,7 +132,9 @@ std::uint16_t BigEndian(std::uint16_t level) {
 
 }  // namespace
 
-bool IsPng(std::string_view bytes) { return bytes.substr(0, kMagic.size()) == kMagic; }
+bool IsPng(std::string_view bytes) {
+  return bytes.substr(0, kMagic.size()) == kMagic;
+}
 
 FileGrid ReadGreyPng(const std::string& name, std::string bytes) {
   if (!IsPng(bytes)) RefuseCorrupt(name, "no PNG picture");
@@ -146,7 +149,8 @@ FileGrid ReadGreyPng(const std::string& name, std::string bytes) {
   const std::size_t count = SetSize(grid, name, reading.width, reading.height);
   const bool deep = reading.depth == 16;
   if (static_cast<double>(count) * reading.depth / 8 > kMostExpansion * static_cast<double>(bytes.size())) {
-    RefuseCorrupt(name, fmt::format("{} bytes cannot hold {} x {} levels", bytes.size(), grid.width, grid.height));
+    RefuseCorrupt(name,
+                  fmt::format("{} bytes cannot hold {} x {} levels", bytes.size(), grid.width, grid.height));
   }
   reading.samples.resize(count * (deep ? 2 : 1));
   if (!ReadRows(reading)) RefuseCorrupt(name, fmt::format("the picture is damaged ({})", reading.error));

@@ -34,7 +34,8 @@ SampleType TypeOf(const std::string& name, double dataType) {
                                              SampleType::kFloat, SampleType::kInt8,   SampleType::kInt16,
                                              SampleType::kInt32, SampleType::kDouble};
   if (!(dataType >= 0) || dataType >= kTypes.size()) {
-    RefuseCorrupt(name, fmt::format("the header announces samples of the type {:g}, which is none", dataType));
+    RefuseCorrupt(name,
+                  fmt::format("the header announces samples of the type {:g}, which is none", dataType));
   }
   return kTypes[static_cast<std::size_t>(dataType)];
 }
@@ -148,7 +149,8 @@ FileGrid ReadAscii(const std::string& name, std::string_view bytes) {
   return grid;
 }
 
-/// Spacing and heights in metres are these numbers times the scale: as they are in memory, nothing is rounded.
+/// Spacing and heights in metres are these numbers times the scale: as they are in memory, nothing is
+/// rounded.
 struct Scales {
   double x, y, z;
 };

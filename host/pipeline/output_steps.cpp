@@ -5,7 +5,7 @@
 
 #include "drawing/picture.h"
 #include "failure.h"
-#include "files/grid_file.h"
+#include "formats/grid_file.h"
 #include "import/child_process.h"
 #include "pipeline/step.h"
 
@@ -49,7 +49,7 @@ void Draw(const HeightMap& map, const PictureOptions& options, const std::filesy
       return static_cast<int>(failure.code());
     }
   };
-  const ChildOutcome outcome = RunInChild(ChildLimits{}, draw, [](const std::string&) {});
+  const ChildOutcome outcome = RunInChild(ChildLimits{}, draw, [](const ChildState&) {});
   if (outcome.end == ChildOutcome::End::kExited && outcome.code == 0) {
     fmt::print(stderr, "{}", outcome.errors);
     return;

@@ -8,9 +8,9 @@
 #include <system_error>
 
 #include "failure.h"
-#include "files/grid_file.h"
 #include "files/ply_file.h"
 #include "files/stl_file.h"
+#include "formats/grid_file.h"
 #include "plots/image.h"
 #include "selftest/families.h"
 
