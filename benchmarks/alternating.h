@@ -1,4 +1,5 @@
-// Contenders whose times are close: one call of each in turn, so that whatever disturbs the machine disturbs both.
+// Contenders whose times are close: one call of each in turn, so that whatever disturbs the machine disturbs
+// both.
 #pragma once
 
 #include <algorithm>
@@ -23,8 +24,8 @@ double Milliseconds(Call& call) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Runs a pair of calls per iteration, each of them first in every other pair. The counters are the medians of their
-/// times and of the pairs' ratios, which benchmarks/summary.py reads.
+/// Runs a pair of calls per iteration, each of them first in every other pair. The counters are the medians
+/// of their times and of the pairs' ratios, which benchmarks/summary.py reads.
 template <class Ours, class Theirs>
 void Alternate(benchmark::State& state, Ours ours, Theirs theirs) {
   std::vector<double> our, their, ratios;

@@ -1,5 +1,5 @@
-// The strips of an index list drawn from buffer objects beside the same strips in immediate mode: frames of 1024 x 1024
-// samples, vertices only.
+// The strips of an index list drawn from buffer objects beside the same strips in immediate mode: frames of
+// 1024 x 1024 samples, vertices only.
 #include <algorithm>
 #include <cstddef>
 #include <string>
@@ -24,7 +24,8 @@ struct Strips {
   std::vector<unsigned> lowest, highest;  // vertex of each strip
   unsigned vertexBuffer = 0, texBuffer = 0, normalBuffer = 0, colorBuffer = 0;
 
-  explicit Strips(double missing) : vertices(3 * kVertices), normals(3 * kVertices), tex(kVertices, 0.5F), rgb(3 * kVertices, 0.5F) {
+  explicit Strips(double missing)
+      : vertices(3 * kVertices), normals(3 * kVertices), tex(kVertices, 0.5F), rgb(3 * kVertices, 0.5F) {
     qv::test::Random random(3);
     const std::vector<float> h =
         qv::test::RandomSamples(random, kVertices, {.missing = missing, .magnitude = 0.01});

@@ -1,6 +1,6 @@
-// Walls, profiles, lines, picking and index lists beside the same walk by hand, which makes the same calls in the
-// same order. 1024 x 1024 samples over an OpenGL that does nothing, 256 x 256 where there is one; what comes after the
-// vertices is left out.
+// Walls, profiles, lines, picking and index lists beside the same walk by hand, which makes the same calls in
+// the same order. 1024 x 1024 samples over an OpenGL that does nothing, 256 x 256 where there is one; what
+// comes after the vertices is left out.
 #include <cmath>
 #include <cstddef>
 #include <string>

@@ -1,5 +1,5 @@
-// Index lists and shadow structures of 1024 x 1024 samples beside writing as many bytes once: by streaming stores, and by
-// a plain loop into the places that they have.
+// Index lists and shadow structures of 1024 x 1024 samples beside writing as many bytes once: by streaming
+// stores, and by a plain loop into the places that they have.
 #include <cstddef>
 #include <cstdint>
 #include <emmintrin.h>
@@ -68,7 +68,9 @@ void MakeShadows() {
 
 template <class Ours, class Theirs>
 void Register(const std::string& title, const std::string& contender, Ours ours, Theirs theirs) {
-  qv::bench::RegisterPair(title, contender, [] {}, ours, theirs)->Unit(benchmark::kMicrosecond);
+  qv::bench::RegisterPair(
+      title, contender, [] {}, ours, theirs)
+      ->Unit(benchmark::kMicrosecond);
 }
 
 template <class Get>

@@ -1,5 +1,5 @@
-// An OpenGL that does nothing, so that what remains is the walk and the calls. Apart from the walks, so that none is
-// inlined.
+// An OpenGL that does nothing, so that what remains is the walk and the calls. Apart from the walks, so that
+// none is inlined.
 #include <GL/glew.h>
 
 #include "benchmarks/drawing_gl.h"
