@@ -1,5 +1,5 @@
-// The strips of two rows around missing samples as sample numbers: the walk of render/strip_walk.h in bits, sixteen
-// columns at a time.
+// The strips of two rows around missing samples as sample numbers: the walk of render/strip_walk.h in bits,
+// sixteen columns at a time.
 #include "kernels/kernels.h"
 #include "kernels/lanes.h"
 
@@ -53,8 +53,8 @@ QV_INLINE void AppendWhole(const Ints& pairs, std::ptrdiff_t column, IndexListEn
   end.index += 2 * std::ptrdiff_t{kLanes};
 }
 
-/// Where in the list the strips begin that begin among these columns. The first is written whether there is one or not:
-/// there is room for the end of the list.
+/// Where in the list the strips begin that begin among these columns. The first is written whether there is
+/// one or not: there is room for the end of the list.
 QV_INLINE void AppendStarts(const Columns& columns, unsigned before, IndexListEnd& end) {
   unsigned begins = columns.Begins();
   *end.start = before + columns.CountIn((begins & -begins) - 1);
@@ -72,13 +72,13 @@ constexpr Ints kIsLone = {-1, -1, 0, 0, -1, -1, 0, 0, -1, -1, 0, 0, -1, -1, 0, 0
 
 /// One of these per column, for each of four columns.
 QV_INLINE __m512i PerColumn(unsigned first, unsigned second, unsigned third, unsigned fourth) {
-  return _mm512_maskz_broadcast_i32x4(
-      static_cast<__mmask16>(kAll), _mm_setr_epi32(static_cast<int>(first), static_cast<int>(second),
-                                                   static_cast<int>(third), static_cast<int>(fourth)));
+  return _mm512_maskz_broadcast_i32x4(static_cast<__mmask16>(kAll),
+                                      _mm_setr_epi32(static_cast<int>(first), static_cast<int>(second),
+                                                     static_cast<int>(third), static_cast<int>(fourth)));
 }
 
-/// Four numbers that a column might give, four columns at a time: the lone sample before it twice, its lower one, its
-/// upper one.
+/// Four numbers that a column might give, four columns at a time: the lone sample before it twice, its lower
+/// one, its upper one.
 QV_INLINE void AppendNumbers(const Columns& columns, unsigned lower, unsigned upper, IndexListEnd& end) {
   const auto rowsApart = static_cast<std::int32_t>(upper - lower);
   const unsigned resumes = columns.Resumes(), upperLone = ~columns.lowerBefore;
@@ -100,8 +100,8 @@ QV_INLINE void AppendNumbers(const Columns& columns, unsigned lower, unsigned up
   }
 }
 #else
-/// Without a branch per column, which holes would make a guess of. Writes every number that a column might give, and
-/// goes on behind those that it does: so not into the list itself, which may end here.
+/// Without a branch per column, which holes would make a guess of. Writes every number that a column might
+/// give, and goes on behind those that it does: so not into the list itself, which may end here.
 QV_INLINE void AppendNumbers(const Columns& columns, unsigned lower, unsigned upper, IndexListEnd& end) {
   unsigned numbers[4 * kLanes];
   unsigned count = 0;
@@ -130,7 +130,8 @@ IndexListEnd Append(const StripRows& rows, const unsigned* list, IndexListEnd en
     const bool full = left >= kLanes;
     const unsigned lower = Good(full ? Load(rows.lower + column) : LoadTail(rows.lower + column, left));
     const unsigned upper = Good(full ? Load(rows.upper + column) : LoadTail(rows.upper + column, left));
-    const Columns columns = {lower, upper, (lower << 1 | lowerBefore) & kAll, (upper << 1 | upperBefore) & kAll};
+    const Columns columns = {lower, upper, (lower << 1 | lowerBefore) & kAll,
+                             (upper << 1 | upperBefore) & kAll};
     lowerBefore = lower >> (kLanes - 1);
     upperBefore = upper >> (kLanes - 1);
     if ((columns.Whole() & columns.WholeBefore()) == kAll) {
