@@ -263,12 +263,15 @@ struct OcclusionKernels {
 };
 
 /// A box of a tree over triangles. Above 0, count is the number of triangles from `first`; otherwise the
-/// boxes `first` and `first + 1` divide this one along axis -count, the lower part first.
+/// boxes `first` and `first + 1` divide this one along axis -count, the lower part first. Of the box only the
+/// slab between two planes across `normal` is filled: what lies on a slope is thinner than any box.
 struct OcclusionNode {
   float low[3];
   std::int32_t first;
   float high[3];
   std::int32_t count;
+  float normal[3];
+  float least, most;  ///< of the products of normal and corners, rounding included
 };
 /// No tree is deeper.
 inline constexpr int kOcclusionTreeDepth = 96;

@@ -47,6 +47,10 @@ QV_INLINE Point Cross(const Point& a, const Point& b) {
   return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
+QV_INLINE float Magnitude(float x) {
+  return x < 0 ? -x : x;
+}
+
 struct Packet {
   Floats x, y, z;                       ///< directions
   Floats inverseX, inverseY, inverseZ;  ///< of what is never 0
@@ -59,7 +63,23 @@ QV_INLINE Floats Inverse(const Floats& d) {
   return 1.0F / (magnitude < tiny ? tiny : d);
 }
 
-/// The rays that pass a box, given from their origin.
+/// What rounding may do to a product of three pairs, as a share of it.
+constexpr float kRounding = 1e-6F;
+
+/// The rays that pass a node's slab between two of their distances. No division: all rays start at one point.
+QV_INLINE unsigned InSlab(const OcclusionNode& node, const OcclusionView& view, const Packet& rays,
+                          const Floats& enter, const Floats& leave) {
+  const float* o = view.origin;
+  const float* n = node.normal;
+  const float x = o[0] * n[0], y = o[1] * n[1], z = o[2] * n[2];
+  const float margin = kRounding * (Magnitude(x) + Magnitude(y) + Magnitude(z));
+  const float least = node.least - (x + y + z) - margin, most = node.most - (x + y + z) + margin;
+  const Floats slope = rays.x * n[0] + rays.y * n[1] + rays.z * n[2];
+  const Floats first = enter * slope, last = leave * slope, slack = leave * kRounding;
+  return NotAbove(Smaller(first, last), most + slack) & NotAbove(least - slack, Larger(first, last));
+}
+
+/// The rays that pass what a node holds, given from their origin.
 QV_INLINE unsigned InBox(const OcclusionNode& node, const OcclusionView& view, const Packet& rays) {
   const float* o = view.origin;
   const Floats x0 = (node.low[0] - o[0]) * rays.inverseX, x1 = (node.high[0] - o[0]) * rays.inverseX;
@@ -69,7 +89,8 @@ QV_INLINE unsigned InBox(const OcclusionNode& node, const OcclusionView& view, c
   const Floats leave =
       Smaller(Smaller(Larger(x0, x1), Larger(y0, y1)), Smaller(Larger(z0, z1), Floats{} + view.reach));
   // The margin covers the rounding of the six products.
-  return NotAbove(enter, leave * 1.000001F);
+  const Floats end = leave * 1.000001F;
+  return NotAbove(enter, end) & InSlab(node, view, rays, enter, end);
 }
 
 QV_INLINE Floats Dot(const Packet& rays, const Point& p) {
@@ -96,7 +117,16 @@ QV_INLINE unsigned AtTriangle(const float* corners, const OcclusionView& view, c
   return NotAbove(Larger(Larger(u, v), w), Floats{}) & NotAbove(sum * view.reach, Floats{} + volume);
 }
 
-/// The rays that nothing stops, out of those in `open`.
+/// Asks for what comes next if a node is passed, while that is found out: large trees are not in the cache.
+QV_INLINE void AskForContents(const OcclusionScene& scene, const OcclusionNode& node) {
+  if (node.count > 0) {
+    Ask<0>(scene.triangles + 9 * static_cast<std::ptrdiff_t>(node.first), 9 * std::ptrdiff_t{node.count});
+  } else {
+    Ask<0>(scene.nodes[node.first].low, 2 * sizeof(OcclusionNode) / sizeof(float));
+  }
+}
+
+/// The rays that nothing stops.
 QV_INLINE unsigned Trace(const OcclusionScene& scene, const OcclusionView& view, const Packet& rays,
                          const float* towards) {
   unsigned open = 0xFFFFU;
@@ -112,6 +142,8 @@ QV_INLINE unsigned Trace(const OcclusionScene& scene, const OcclusionView& view,
     } else {
       const std::int32_t second = towards[-node.count] < 0 ? 0 : 1;
       const std::int32_t near = node.first + 1 - second, far = node.first + second;
+      AskForContents(scene, scene.nodes[near]);
+      AskForContents(scene, scene.nodes[far]);
       const unsigned inNear = InBox(scene.nodes[near], view, rays) & open;
       const unsigned inFar = InBox(scene.nodes[far], view, rays) & open;
       if (inNear != 0) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -85,6 +86,8 @@ class Builder {
     OcclusionNode& node = nodes_[static_cast<std::size_t>(part.node)];
     std::copy(box.low, box.low + 3, node.low);
     std::copy(box.high, box.high + 3, node.high);
+    node.least = -std::numeric_limits<float>::infinity();
+    node.most = std::numeric_limits<float>::infinity();
   }
 
   void MakeLeaf(const Part& part) {
@@ -169,6 +172,97 @@ class Builder {
   std::vector<OcclusionNode>& nodes_;
 };
 
+/// Above this many triangles a slab is hardly thinner than the box, and takes longer to find.
+constexpr std::int32_t kLargestSlab = 2048;
+
+/// Triangles in the order of the leaves.
+struct Range {
+  std::int32_t begin = 0, end = 0;
+  float normal[3] = {0, 0, 0};  ///< sum of the triangles' normals, as long as their areas
+
+  void Add(const Range& other) {
+    for (int k = 0; k < 3; ++k) normal[k] += other.normal[k];
+  }
+};
+
+/// Finds the slabs of all nodes that are not too large.
+class SlabFinder {
+ public:
+  SlabFinder(const std::vector<float>& corners, std::vector<OcclusionNode>& nodes)
+      : corners_(corners), nodes_(nodes) {}
+
+  void Find() {
+    if (!ProductsAreFinite()) return;
+    std::vector<Range> ranges(nodes_.size());
+    for (std::size_t k = nodes_.size(); k-- > 0;) {
+      // Nodes come before what they hold.
+      OcclusionNode& node = nodes_[k];
+      const auto first = static_cast<std::size_t>(node.first);
+      ranges[k] = node.count > 0 ? RangeOf(node) : Joined(ranges[first], ranges[first + 1]);
+      SetSlab(ranges[k], node);
+    }
+  }
+
+ private:
+  bool ProductsAreFinite() const {
+    constexpr float kLarge = 1e30F;
+    const OcclusionNode& all = nodes_.front();
+    for (int k = 0; k < 3; ++k) {
+      if (all.low[k] < -kLarge || all.high[k] > kLarge) return false;
+    }
+    return true;
+  }
+
+  const float* Corner(std::int32_t triangle, int corner) const {
+    return &corners_[9 * static_cast<std::size_t>(triangle) + 3 * static_cast<std::size_t>(corner)];
+  }
+
+  static Range Joined(const Range& lower, const Range& upper) {
+    Range range = lower;
+    range.end = upper.end;
+    range.Add(upper);
+    return range;
+  }
+
+  Range RangeOf(const OcclusionNode& leaf) const {
+    Range range = {leaf.first, leaf.first + leaf.count};
+    for (std::int32_t t = range.begin; t < range.end; ++t) {
+      const float *a = Corner(t, 0), *b = Corner(t, 1), *c = Corner(t, 2);
+      const float u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]},
+                  v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
+      for (int k = 0; k < 3; ++k) {
+        const int next = (k + 1) % 3, last = (k + 2) % 3;
+        range.normal[k] += u[next] * v[last] - u[last] * v[next];
+      }
+    }
+    return range;
+  }
+
+  void SetSlab(const Range& range, OcclusionNode& node) const {
+    constexpr float kNone = std::numeric_limits<float>::infinity();
+    const float* n = range.normal;
+    const float length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
+    if (range.end - range.begin > kLargestSlab || !(length > 0 && length < kNone)) return;
+    for (int k = 0; k < 3; ++k) node.normal[k] = n[k] / length;
+    node.least = kNone;
+    node.most = -kNone;
+    float largest = 0;
+    for (std::int32_t i = 3 * range.begin; i < 3 * range.end; ++i) {
+      const float* p = Corner(0, i);
+      const float x = p[0] * node.normal[0], y = p[1] * node.normal[1], z = p[2] * node.normal[2];
+      node.least = std::min(node.least, x + y + z);
+      node.most = std::max(node.most, x + y + z);
+      largest = std::max(largest, std::fabs(x) + std::fabs(y) + std::fabs(z));
+    }
+    constexpr float kRounding = 1e-6F;
+    node.least -= kRounding * largest;
+    node.most += kRounding * largest;
+  }
+
+  const std::vector<float>& corners_;
+  std::vector<OcclusionNode>& nodes_;
+};
+
 }  // namespace
 
 TriangleTree::TriangleTree(const std::vector<float>& corners) {
@@ -186,6 +280,7 @@ TriangleTree::TriangleTree(const std::vector<float>& corners) {
     const auto first = corners.begin() + 9 * static_cast<std::ptrdiff_t>(item.triangle);
     corners_.insert(corners_.end(), first, first + 9);
   }
+  SlabFinder(corners_, nodes_).Find();
 }
 
 }  // namespace qv::render

@@ -272,7 +272,7 @@ TEST(TriangleTree, RandomTriangles_StopTheRaysThatTheyStopOneByOne) {
       for (int k = 0; k < 9; ++k) corners.push_back(centre[k % 3] + 0.1F * number());
     }
     const qv::render::TriangleTree tree(corners);
-    const qv::kernels::OcclusionNode leaf = {{-2, -2, -2}, 0, {2, 2, 2}, triangles};
+    const qv::kernels::OcclusionNode leaf = {{-2, -2, -2}, 0, {2, 2, 2}, triangles, {0, 0, 0}, 0, 0};
     const qv::kernels::OcclusionScene flat = {&leaf, corners.data()};
     for (int round = 0; round < 20; ++round) {
       const qv::kernels::OcclusionView view = {
@@ -286,6 +286,61 @@ TEST(TriangleTree, RandomTriangles_StopTheRaysThatTheyStopOneByOne) {
     }
   }
   EXPECT_GT(stopped, 500);
+}
+
+/// Cells of a slope, of which boxes are full and slabs are thin; some of it level, where a slab has no
+/// thickness.
+std::vector<float> SlopeCorners(qv::test::Random& random, double steepness, double roughness, double shift) {
+  constexpr int kCells = 40;
+  std::vector<std::array<float, 3>> points;
+  for (int k = 0; k < (kCells + 1) * (kCells + 1); ++k) {
+    const double x = k % (kCells + 1) / double{kCells}, y = k / (kCells + 1) / double{kCells};  // NOLINT
+    const double z = steepness * (x + 0.3 * y) + roughness * random.Unit();
+    points.push_back({static_cast<float>(x + shift), static_cast<float>(y - shift), static_cast<float>(z)});
+  }
+  std::vector<float> corners;
+  for (int j = 0; j < kCells; ++j) {
+    for (int i = 0; i < kCells; ++i) {
+      const int k = j * (kCells + 1) + i;
+      for (const int corner : {k, k + 1, k + kCells + 1, k + 1, k + kCells + 2, k + kCells + 1}) {
+        const auto& point = points[static_cast<std::size_t>(corner)];
+        corners.insert(corners.end(), point.begin(), point.end());
+      }
+    }
+  }
+  return corners;
+}
+
+TEST(TriangleTree, Slopes_StopTheRaysThatTheyStopWithoutSlabs) {
+  qv::test::Random random(24);
+  std::vector<float> rays(3 * 16 * 8);
+  for (float& x : rays) x = static_cast<float>(random.Between(-1.0, 1.0));
+  for (const double steepness : {0.0, 0.01, 1.0, 30.0}) {
+    for (const double roughness : {0.0, 0.001, 0.05}) {
+      for (const double shift : {0.0, 1000.0}) {
+        const auto corners = SlopeCorners(random, steepness, roughness, shift);
+        const qv::render::TriangleTree tree(corners);
+        const auto count = static_cast<int>(corners.size() / 9);
+        const qv::kernels::OcclusionNode leaf = {{0, 0, 0}, 0, {0, 0, 0}, count, {0, 0, 0}, 0, 0};
+        for (int round = 0; round < 20; ++round) {
+          const auto at = 9 * static_cast<std::size_t>(random.Between(0, count - 1));
+          const float above = static_cast<float>(random.Unit() * random.Unit() * 0.01);
+          const qv::kernels::OcclusionView view = {{corners[at], corners[at + 1], corners[at + 2] + above},
+                                                   {1, 0, 0, 0, 1, 0, 0, 0, 1},
+                                                   rays.data(),
+                                                   8,
+                                                   10};
+          qv::test::ForEachVariant([&] {
+            const auto& kernel = qv::kernels::Active().occlusionRays;
+            const auto actual = kernel.view(tree.Scene(), view),
+                       expected = kernel.view({&leaf, corners.data()}, view);
+            EXPECT_EQ(actual.count, expected.count);
+            EXPECT_TRUE(qv::test::SameBits(actual.direction, expected.direction, 3));
+          });
+        }
+      }
+    }
+  }
 }
 
 TEST(ComputeAmbientOcclusionData, ConnectivityInEitherOrder_IsUnderstood) {
