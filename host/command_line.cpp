@@ -62,6 +62,7 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddRoundness(app, invocation);
   AddResample(app, invocation);
   AddPipe(app, invocation);
+  AddReport(app, invocation);
   AddSelftest(app, invocation);
   try {
     app.parse(argc, argv);

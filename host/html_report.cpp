@@ -19,14 +19,25 @@ table { border-collapse: collapse; width: 100%; font-variant-numeric: tabular-nu
 td { padding: 7px 10px 7px 0; border-bottom: 1px solid var(--line); vertical-align: baseline; }
 td.value { text-align: right; white-space: nowrap; font-weight: 600; }
 td.meaning { color: var(--quiet); padding-left: 14px; }
-figure { margin: 26px 0 0; }
+.narrow { max-width: 50%; }
+.figures { display: grid; grid-template-columns: 1fr 1fr; gap: 26px 28px; }
+figure { margin: 0; grid-column: 1 / -1; }
+figure.half { grid-column: auto; }
 figure img { width: 100%; border: 1px solid var(--line); display: block; }
 figcaption { margin-top: 8px; color: var(--quiet); }
 figcaption b { color: var(--ink); }
 ol, ul { padding-left: 22px; }
 li { margin: 5px 0; }
 code { font: 14px/1.4 "DejaVu Sans Mono", ui-monospace, monospace; background: #e9ece7; padding: 2px 5px; border-radius: 3px; }
-@media print { body { background: none; } main { padding: 0; } figure { break-inside: avoid; } }
+@page { size: A4; margin: 14mm 13mm; }
+@media print {
+  body { background: none; font-size: 10.5px; -webkit-print-color-adjust: exact; print-color-adjust: exact; }
+  main { max-width: none; padding: 0; background: none; }
+  h1 { font-size: 20px; } h2 { font-size: 13px; margin: 18px 0 6px; break-after: avoid; }
+  .columns { grid-template-columns: 1fr 1fr; gap: 0 24px; } .figures { gap: 14px 16px; }
+  td { padding: 3px 6px 3px 0; } code { font-size: 9.5px; }
+  figure, tr, li { break-inside: avoid; } figure img { max-height: 118mm; object-fit: contain; }
+}
 )";
 
 std::string Base64(const std::string& bytes) {
@@ -46,6 +57,7 @@ std::string Base64(const std::string& bytes) {
 }
 
 std::string TableOf(const std::vector<TableRow>& rows) {
+  if (rows.empty()) return {};
   std::string html = "<table>";
   for (const TableRow& row : rows) {
     html += fmt::format("<tr><td>{}</td><td class=\"value\">{}</td>", row.name, row.value);
@@ -56,30 +68,50 @@ std::string TableOf(const std::vector<TableRow>& rows) {
 }
 
 std::string ListOf(const char* tag, const std::vector<std::string>& items) {
+  if (items.empty()) return {};
   std::string html = fmt::format("<{}>", tag);
   for (const std::string& item : items) html += fmt::format("<li>{}</li>\n", item);
   return html + fmt::format("</{}>", tag);
+}
+
+std::string FigureOf(const ReportPicture& picture) {
+  const bool isSvg = picture.bytes.rfind("<?xml", 0) == 0;
+  return fmt::format(
+      "<figure{}><img alt=\"{}\" src=\"data:image/{};base64,{}\">"
+      "<figcaption><b>{}.</b> {}{}</figcaption></figure>\n",
+      picture.half ? " class=\"half\"" : "", picture.title, isSvg ? "svg+xml" : "png", Base64(picture.bytes),
+      picture.title, picture.caption,
+      picture.file.empty() ? std::string() : fmt::format(" Also in <code>{}</code>.", picture.file));
+}
+
+/// Beside a table of two columns there is no need for the whole width.
+std::string Narrow(const std::string& table) {
+  return table.empty() ? table : "<div class=\"narrow\">" + table + "</div>";
+}
+
+/// A heading and what stands below it, where there is something.
+std::string PartOf(const char* heading, const std::string& content) {
+  return content.empty() ? std::string() : fmt::format("<h2>{}</h2>\n{}\n", heading, content);
 }
 
 }  // namespace
 
 std::string HtmlOf(const HtmlReport& report) {
   std::string figures;
-  for (const ReportPicture& picture : report.pictures) {
-    figures += fmt::format(
-        "<figure><img alt=\"{0}\" src=\"data:image/png;base64,{1}\">"
-        "<figcaption><b>{0}.</b> {2} Also in <code>{3}</code>.</figcaption></figure>\n",
-        picture.title, Base64(picture.png), picture.caption, picture.file);
-  }
+  for (const ReportPicture& picture : report.pictures) figures += FigureOf(picture);
+  if (!figures.empty()) figures = "<div class=\"figures\">\n" + figures + "</div>";
   return fmt::format(
       "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n"
       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>{0}</title>\n"
       "<style>{1}</style></head>\n<body><main>\n<h1>{0}</h1>\n<p class=\"sub\">{2}</p>\n"
-      "<div class=\"columns\"><section><h2>Roughness</h2>\n{3}</section>\n"
-      "<section><h2>Measurement</h2>\n{4}</section></div>\n<h2>Pictures</h2>\n{5}\n"
-      "<h2>What was done</h2>\n{6}\n<h2>What to try next</h2>\n{7}\n</main></body></html>\n",
-      report.title, kStyle, report.subtitle, TableOf(report.statistics), TableOf(report.facts), figures,
-      ListOf("ol", report.steps), ListOf("ul", report.nextSteps));
+      "<div class=\"columns\"><section>{3}</section>\n<section>{4}</section></div>\n{5}{6}{7}{8}"
+      "</main></body></html>\n",
+      report.title, kStyle, report.subtitle,
+      PartOf(report.statisticsTitle.c_str(), TableOf(report.statistics)),
+      PartOf("Measurement", TableOf(report.facts)),
+      PartOf("Results of single steps", Narrow(TableOf(report.results))), PartOf("Pictures", figures),
+      PartOf("What was done", ListOf("ol", report.steps)),
+      PartOf("What to try next", ListOf("ul", report.nextSteps)));
 }
 
 }  // namespace qv3d

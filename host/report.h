@@ -32,19 +32,25 @@ struct TableRow {
 std::vector<TableRow> RowsOf(const Statistics& statistics, const std::string& fileUnit);
 
 struct ReportPicture {
-  std::string title, caption, file, png;
+  std::string title, caption;
+  std::string file;   ///< where it can be found too; empty for nowhere
+  std::string bytes;  ///< of a PNG or SVG file
+  bool half = false;  ///< of the page's width
 };
 
+/// All texts are HTML.
 struct HtmlReport {
   std::string title, subtitle;
+  std::string statisticsTitle = "Roughness";
   std::vector<TableRow> facts;
   std::vector<TableRow> statistics;
+  std::vector<TableRow> results;  ///< of single steps
   std::vector<ReportPicture> pictures;
   std::vector<std::string> steps;
   std::vector<std::string> nextSteps;
 };
 
-/// One self-contained page: the pictures are inside.
+/// One self-contained page: the pictures are inside. A part without content has no heading.
 std::string HtmlOf(const HtmlReport& report);
 
 }  // namespace qv3d

@@ -34,6 +34,7 @@ void AddGallery(CLI::App& app, Invocation& invocation);
 void AddResample(CLI::App& app, Invocation& invocation);
 void AddRoundness(CLI::App& app, Invocation& invocation);
 void AddPipe(CLI::App& app, Invocation& invocation);
+void AddReport(CLI::App& app, Invocation& invocation);
 void AddSelftest(CLI::App& app, Invocation& invocation);
 
 }  // namespace qv3d

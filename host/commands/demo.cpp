@@ -72,7 +72,7 @@ std::vector<ReportPicture> DrawViews(const DemoOptions& options, const HeightMap
     const Picture picture = DrawPicture(*context, map, wanted);
     hasText = picture.hasText;
     pictures.push_back({view.title, view.caption, view.file, EncodePng(picture.image)});
-    WriteWholeFile(options.folder / view.file, pictures.back().png);
+    WriteWholeFile(options.folder / view.file, pictures.back().bytes);
     progress.Tick();
   }
   progress.Finish();

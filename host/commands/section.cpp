@@ -9,7 +9,7 @@
 #include <map>
 
 #include "commands/options.h"
-#include "plots/plot.h"
+#include "plots/section_plot.h"
 #include "report.h"
 #include "units.h"
 
@@ -62,24 +62,9 @@ std::string Place(const SectionOptions& options, const HeightMap& map, const Sec
 
 Plot PlotOf(const SectionOptions& options, const HeightMap& map, const SectionRequest& request,
             const Profile& profile) {
-  const Unit length = HandyUnit(options.import.unit, std::max(map.xSize, map.ySize));
-  float most = 0;
-  for (const float h : profile.heights) most = IsMissing(h) ? most : std::max(most, std::abs(h));
-  const Unit height = HandyUnit(options.import.unit, most);
-  Plot plot;
+  Plot plot = SectionPlot(map, request.alongX, profile, options.import.unit);
   plot.title = fmt::format("{}: section", options.import.file.filename().string());
   plot.subtitle = Place(options, map, request);
-  plot.x.name = fmt::format("{} / {}", request.alongX ? "x" : "y", length.name);
-  plot.y.name = fmt::format("height / {}", height.name);
-  Curve curve;
-  for (std::size_t k = 0; k < profile.heights.size(); ++k) {
-    const float h = profile.heights[k];
-    curve.x.push_back(profile.positions[k] * length.factor);
-    curve.y.push_back(IsMissing(h) ? kNotGiven : h * height.factor);
-  }
-  plot.x.low = curve.x.front();
-  plot.x.high = curve.x.back();
-  plot.curves.push_back(std::move(curve));
   plot.width = options.width;
   plot.height = options.height;
   return plot;

@@ -1,17 +1,14 @@
 // qv3d spectrum: which waves a surface is made of.
 #include "analysis/spectrum.h"
 
-#include <algorithm>
-#include <cmath>
 #include <fmt/format.h>
 #include <iterator>
 
 #include "commands/options.h"
 #include "import/whole_map.h"
-#include "plots/field_picture.h"
 #include "plots/plot.h"
+#include "plots/spectrum_picture.h"
 #include "report.h"
-#include "units.h"
 
 namespace qv3d {
 namespace {
@@ -24,48 +21,14 @@ struct SpectrumOptions {
   int height = 1000;
 };
 
-/// Units in which the numbers of this surface are handy: of lengths along it, and of amplitudes.
-struct Units {
-  Unit length, amplitude;
-
-  Units(const SpectrumOptions& options, const HeightMap& map, const Spectrum& s)
-      : length(HandyUnit(options.import.unit, std::max(map.xSize, map.ySize))),
-        amplitude(
-            HandyUnit(options.import.unit, *std::max_element(s.amplitudes.begin(), s.amplitudes.end()))) {}
-};
-
 std::string TitleOf(const SpectrumOptions& options, const char* what) {
   return fmt::format("{}: {}", options.import.file.filename().string(), what);
 }
 
-std::string TextOf(const Wave& wave, const Units& units) {
-  return fmt::format("{}, amplitude {}, across {:.1f}° from x", FormatLength(wave.wavelength, units.length),
-                     FormatLength(wave.amplitude, units.amplitude), wave.direction);
-}
-
 bool WritePicture(const SpectrumOptions& options, const Spectrum& s, const std::optional<Wave>& wave,
-                  const Units& units) {
-  Field field;
-  field.columns = s.columns;
-  field.rows = s.rows;
-  field.values = s.amplitudes;
-  for (float& a : field.values)
-    a = std::log10(std::max(a * static_cast<float>(units.amplitude.factor), 1e-30f));
-  const double x = s.stepX / units.length.factor, y = s.stepY / units.length.factor;
-  field.left = -(s.columns + 1) / 2.0 * x;
-  field.right = field.left + s.columns * x;
-  field.bottom = -(s.rows + 1) / 2.0 * y;
-  field.top = field.bottom + s.rows * y;
-  field.xName = fmt::format("frequency in x / (1/{})", units.length.name);
-  field.yName = "in y";
-  field.valueName = fmt::format("log₁₀(amplitude / {})", units.amplitude.name);
-  field.high = *std::max_element(field.values.begin(), field.values.end());
-  field.low = field.high - options.decades;
-  FieldPicture picture;
+                  const SpectrumUnits& units) {
+  FieldPicture picture = PictureOf(s, wave, units, options.decades);
   picture.title = TitleOf(options, "spectrum");
-  picture.subtitle = "Amplitudes of the waves; a line from the middle runs across their crests.";
-  if (wave) picture.subtitle += " Dominant wave: " + TextOf(*wave, units);
-  picture.fields.push_back(std::move(field));
   picture.width = options.width;
   picture.height = options.height;
   return WriteFields(options.picture, picture);
@@ -83,7 +46,7 @@ void WriteCsv(const SpectrumOptions& options, const std::vector<RadialTerm>& rin
 }
 
 bool WriteRadialPlot(const SpectrumOptions& options, const std::vector<RadialTerm>& rings,
-                     const Units& units) {
+                     const SpectrumUnits& units) {
   Plot plot;
   plot.title = TitleOf(options, "radial spectrum");
   plot.subtitle = "Amplitudes of the waves, mean over all directions";
@@ -129,7 +92,7 @@ void RunSpectrum(const SpectrumOptions& options) {
   const Spectrum spectrum = AmplitudesOf(loaded.map);
   const std::optional<Wave> wave = DominantWave(spectrum, loaded.map);
   const std::vector<RadialTerm> rings = RadialAverage(spectrum);
-  const Units units(options, loaded.map, spectrum);
+  const SpectrumUnits units(options.import.unit, loaded.map, spectrum);
   progress.Phase("writing");
   bool hasText = true;
   std::vector<std::filesystem::path> written;

@@ -12,7 +12,7 @@ namespace {
 std::string CsvField(const Json& value) {
   if (value.is_null()) return {};
   if (!value.is_string()) return value.dump();
-  const std::string text = value.get<std::string>();
+  std::string text = value.get<std::string>();
   if (text.find_first_of(",\"\n\r") == std::string::npos) return text;
   std::string quoted(1, '"');
   for (const char c : text) quoted.append(c == '"' ? 2 : 1, c);

@@ -16,7 +16,7 @@ std::string TakePrefix(StepWords& words) {
 }
 
 Step ResultStep(const std::string& prefix, std::function<void(PlannedGrid&)> plan,
-                std::function<std::vector<ResultValue>(const PipeState&)> find) {
+                const std::function<std::vector<ResultValue>(const PipeState&)>& find) {
   Step step{std::move(plan), [prefix, find](PipeState& state) {
               for (ResultValue& value : find(state)) {
                 value.name = prefix + value.name;
