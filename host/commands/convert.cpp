@@ -17,10 +17,10 @@ struct ConvertOptions {
 
 void CheckFiles(const ConvertOptions& options) {
   if (!IsGridFile(options.import.file)) {
-    throw Failure(ExitCode::kUsage,
-                  fmt::format("{}: convert takes height maps ({})", options.import.file.string(),
-                              ExtensionsOf(false)),
-                  "qv3d mesh2grid turns a mesh into a height map.");
+    throw Failure(
+        ExitCode::kUsage,
+        fmt::format("{}: convert takes height maps ({})", options.import.file.string(), ExtensionsOf(false)),
+        "qv3d mesh2grid turns a mesh into a height map.");
   }
   if (options.writing.format != nullptr) return;
   for (const std::filesystem::path& output : options.outputs) RequireGridFormat(output);

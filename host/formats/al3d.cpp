@@ -40,9 +40,10 @@ void ReadDepth(const std::string& name, std::string_view bytes, const KeyValues&
   const std::size_t needed = stride * static_cast<std::size_t>(grid.height);
   if (!(offset > 0) || offset > static_cast<double>(bytes.size()) ||
       bytes.size() - static_cast<std::size_t>(offset) < needed) {
-    RefuseCorrupt(name, fmt::format("the header announces {} x {} samples from byte {:g} on, but the file ends "
-                                    "at {}",
-                                    grid.width, grid.height, offset, bytes.size()));
+    RefuseCorrupt(name,
+                  fmt::format("the header announces {} x {} samples from byte {:g} on, but the file ends "
+                              "at {}",
+                              grid.width, grid.height, offset, bytes.size()));
   }
   const std::string_view data = bytes.substr(static_cast<std::size_t>(offset));
   for (int row = 0; row < grid.height; ++row) {
@@ -78,7 +79,8 @@ FileGrid ReadAl3d(const std::string& name, std::string bytes) {
   grid.spacingX = tags.Number("pixelsizexmeter");
   grid.spacingY = tags.Number("pixelsizeymeter");
   if (!(grid.spacingX > 0) || !(grid.spacingY > 0)) {
-    RefuseCorrupt(name, fmt::format("the header states a spacing of {:g} x {:g}", grid.spacingX, grid.spacingY));
+    RefuseCorrupt(name,
+                  fmt::format("the header states a spacing of {:g} x {:g}", grid.spacingX, grid.spacingY));
   }
   grid.lateralMetres = 1;
   grid.heightMetres = 1;

@@ -1,4 +1,5 @@
-// BCR and BCRF: a header of text, 8-bit or 16-bit characters, and 16-bit integers or 32-bit floats. Read only.
+// BCR and BCRF: a header of text, 8-bit or 16-bit characters, and 16-bit integers or 32-bit floats. Read
+// only.
 #include <bit>
 #include <cmath>
 #include <fmt/format.h>

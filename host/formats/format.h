@@ -53,7 +53,7 @@ struct GridFormat {
   GridReader read;                        ///< null: the program does not read it
   GridWriter write;                       ///< null: the program does not write it
   Origin origin;                          ///< where the first row lies unless said otherwise
-  bool hasCoordinates = false;            ///< every sample has its place: nobody needs to say where rows begin
+  bool hasCoordinates = false;  ///< every sample has its place: nobody needs to say where rows begin
 };
 
 /// Every format, the preferred variant of an extension before the others.

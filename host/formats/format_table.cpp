@@ -72,11 +72,13 @@ const GridFormat* FindReadable(std::string_view name, std::string_view firstByte
     return format.read != nullptr && format.isOne != nullptr && format.isOne(firstBytes);
   });
   if (byContent != nullptr) return byContent;
-  return Find([name](const GridFormat& format) { return format.read != nullptr && HasExtension(format, name); });
+  return Find(
+      [name](const GridFormat& format) { return format.read != nullptr && HasExtension(format, name); });
 }
 
 const GridFormat* FindWritable(std::string_view name) {
-  return Find([name](const GridFormat& format) { return format.write != nullptr && HasExtension(format, name); });
+  return Find(
+      [name](const GridFormat& format) { return format.write != nullptr && HasExtension(format, name); });
 }
 
 const GridFormat* FindById(std::string_view id) {

@@ -32,7 +32,9 @@ void ApplyHeader(const std::string& name, const KeyValues& keys, FileGrid& grid)
 
 }  // namespace
 
-bool IsGsf(std::string_view bytes) { return bytes.substr(0, kMagic.size()) == kMagic; }
+bool IsGsf(std::string_view bytes) {
+  return bytes.substr(0, kMagic.size()) == kMagic;
+}
 
 FileGrid ReadGsf(const std::string& name, std::string bytes) {
   if (!IsGsf(bytes)) RefuseCorrupt(name, "no GSF file: its first line is another");

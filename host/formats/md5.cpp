@@ -19,7 +19,8 @@ using State = std::array<std::uint32_t, 4>;
 std::array<std::uint32_t, kBlock> Sines() {
   std::array<std::uint32_t, kBlock> table{};
   for (std::size_t i = 0; i < kBlock; ++i) {
-    table[i] = static_cast<std::uint32_t>(std::floor(std::abs(std::sin(static_cast<double>(i + 1))) * 4294967296.0));
+    table[i] =
+        static_cast<std::uint32_t>(std::floor(std::abs(std::sin(static_cast<double>(i + 1))) * 4294967296.0));
   }
   return table;
 }
@@ -33,10 +34,18 @@ void Digest(std::string_view block, State& state) {
     std::uint32_t f = 0;
     std::size_t word = 0;
     switch (i / 16) {
-      case 0: f = (b & c) | (~b & d), word = i; break;
-      case 1: f = (d & b) | (~d & c), word = (5 * i + 1) % 16; break;
-      case 2: f = b ^ c ^ d, word = (3 * i + 5) % 16; break;
-      default: f = c ^ (b | ~d), word = 7 * i % 16; break;
+      case 0:
+        f = (b & c) | (~b & d), word = i;
+        break;
+      case 1:
+        f = (d & b) | (~d & c), word = (5 * i + 1) % 16;
+        break;
+      case 2:
+        f = b ^ c ^ d, word = (3 * i + 5) % 16;
+        break;
+      default:
+        f = c ^ (b | ~d), word = 7 * i % 16;
+        break;
     }
     f += a + kSines[i] + LoadLittle<std::uint32_t>(block, 4 * word);
     a = d;

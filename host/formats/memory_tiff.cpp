@@ -22,7 +22,9 @@ int KeepError(TIFF*, void*, const char*, const char* format, va_list arguments) 
   return 1;
 }
 
-int IgnoreWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
+int IgnoreWarning(TIFF*, void*, const char*, const char*, va_list) {
+  return 1;
+}
 
 }  // namespace
 
@@ -73,7 +75,9 @@ MemoryTiff::~MemoryTiff() {
   if (tiff_ != nullptr) TIFFClose(tiff_);
 }
 
-std::size_t MemoryTiff::LargestBlock() const { return kAnyBlock + kMostExpansion * bytes_.size(); }
+std::size_t MemoryTiff::LargestBlock() const {
+  return kAnyBlock + kMostExpansion * bytes_.size();
+}
 
 std::string MemoryTiff::Close() {
   TIFFClose(tiff_);

@@ -19,8 +19,8 @@ class MemoryTiff {
   TIFF* handle() const { return tiff_; }
   const std::string& bytes() const { return bytes_; }
 
-  /// The most bytes that a block of memory may have when reading: what the most effective compression makes of
-  /// the file, or what a codec needs for itself.
+  /// The most bytes that a block of memory may have when reading: what the most effective compression makes
+  /// of the file, or what a codec needs for itself.
   std::size_t LargestBlock() const;
 
   /// Writes out what is left and returns the whole file.

@@ -19,8 +19,8 @@ void ApplyPlace(const std::string& name, const KeyValues& notes, FileGrid& grid)
   grid.spacingX = notes.Number("spacing x", 0);
   grid.spacingY = notes.Number("spacing y", 0);
   if (!foreign.empty() || grid.spacingX < 0 || grid.spacingY < 0) {
-    RefuseCorrupt(name, fmt::format("the picture's notes state a spacing of {:g} x {:g} \"{}\"", grid.spacingX,
-                                    grid.spacingY, notes.Text("spacing unit").substr(0, 40)));
+    RefuseCorrupt(name, fmt::format("the picture's notes state a spacing of {:g} x {:g} \"{}\"",
+                                    grid.spacingX, grid.spacingY, notes.Text("spacing unit").substr(0, 40)));
   }
   grid.x0 = notes.Number("first x", 0);
   grid.y0 = notes.Number("first y", 0);
@@ -72,7 +72,8 @@ void ApplyNotes(const std::string& name, const std::string& lines, bool areLevel
   const double missing = notes.Number("missing level", 0);
   grid.scaleMissing = areLevels && !notes.Has("z scale");
   for (double& value : grid.values) {
-    value = hasMissing && value == missing ? std::numeric_limits<double>::quiet_NaN() : value * scale + offset;
+    value =
+        hasMissing && value == missing ? std::numeric_limits<double>::quiet_NaN() : value * scale + offset;
   }
 }
 

@@ -24,8 +24,8 @@ GreyLevels LevelsOf(const GridToWrite& grid);
 /// The notes of a picture; `levels` is null where the samples are heights themselves.
 PictureNotes NotesOf(const GridToWrite& grid, const GreyLevels* levels);
 
-/// Gives the raw samples of a picture in grid.values their scale and place, as far as the notes tell. `lines` are
-/// "Key: value".
+/// Gives the raw samples of a picture in grid.values their scale and place, as far as the notes tell. `lines`
+/// are "Key: value".
 void ApplyNotes(const std::string& name, const std::string& lines, bool areLevels, FileGrid& grid);
 
 }  // namespace qv3d

@@ -40,27 +40,39 @@ void Append(std::string_view bytes, std::size_t count, std::endian order, Missin
 std::size_t BytesOf(SampleType type) {
   switch (type) {
     case SampleType::kUint8:
-    case SampleType::kInt8: return 1;
+    case SampleType::kInt8:
+      return 1;
     case SampleType::kUint16:
-    case SampleType::kInt16: return 2;
+    case SampleType::kInt16:
+      return 2;
     case SampleType::kUint32:
     case SampleType::kInt32:
-    case SampleType::kFloat: return 4;
-    case SampleType::kDouble: break;
+    case SampleType::kFloat:
+      return 4;
+    case SampleType::kDouble:
+      break;
   }
   return 8;
 }
 
 const char* NameOf(SampleType type) {
   switch (type) {
-    case SampleType::kUint8: return "8-bit unsigned integers";
-    case SampleType::kInt8: return "8-bit integers";
-    case SampleType::kUint16: return "16-bit unsigned integers";
-    case SampleType::kInt16: return "16-bit integers";
-    case SampleType::kUint32: return "32-bit unsigned integers";
-    case SampleType::kInt32: return "32-bit integers";
-    case SampleType::kFloat: return "32-bit floats";
-    case SampleType::kDouble: break;
+    case SampleType::kUint8:
+      return "8-bit unsigned integers";
+    case SampleType::kInt8:
+      return "8-bit integers";
+    case SampleType::kUint16:
+      return "16-bit unsigned integers";
+    case SampleType::kInt16:
+      return "16-bit integers";
+    case SampleType::kUint32:
+      return "32-bit unsigned integers";
+    case SampleType::kInt32:
+      return "32-bit integers";
+    case SampleType::kFloat:
+      return "32-bit floats";
+    case SampleType::kDouble:
+      break;
   }
   return "64-bit floats";
 }
@@ -69,14 +81,22 @@ void AppendSamples(std::string_view bytes, std::size_t count, SampleType type, s
                    MissingRule missing, std::vector<double>& values) {
   values.reserve(values.size() + count);
   switch (type) {
-    case SampleType::kUint8: return Append<std::uint8_t>(bytes, count, order, missing, values);
-    case SampleType::kInt8: return Append<std::int8_t>(bytes, count, order, missing, values);
-    case SampleType::kUint16: return Append<std::uint16_t>(bytes, count, order, missing, values);
-    case SampleType::kInt16: return Append<std::int16_t>(bytes, count, order, missing, values);
-    case SampleType::kUint32: return Append<std::uint32_t>(bytes, count, order, missing, values);
-    case SampleType::kInt32: return Append<std::int32_t>(bytes, count, order, missing, values);
-    case SampleType::kFloat: return Append<float>(bytes, count, order, missing, values);
-    case SampleType::kDouble: return Append<double>(bytes, count, order, missing, values);
+    case SampleType::kUint8:
+      return Append<std::uint8_t>(bytes, count, order, missing, values);
+    case SampleType::kInt8:
+      return Append<std::int8_t>(bytes, count, order, missing, values);
+    case SampleType::kUint16:
+      return Append<std::uint16_t>(bytes, count, order, missing, values);
+    case SampleType::kInt16:
+      return Append<std::int16_t>(bytes, count, order, missing, values);
+    case SampleType::kUint32:
+      return Append<std::uint32_t>(bytes, count, order, missing, values);
+    case SampleType::kInt32:
+      return Append<std::int32_t>(bytes, count, order, missing, values);
+    case SampleType::kFloat:
+      return Append<float>(bytes, count, order, missing, values);
+    case SampleType::kDouble:
+      return Append<double>(bytes, count, order, missing, values);
   }
 }
 

@@ -29,7 +29,8 @@ void AppendSamples(std::string_view bytes, std::size_t count, SampleType type, s
 /// A number out of bytes that must be there.
 template <class Number>
 Number LoadLittle(std::string_view bytes, std::size_t at) {
-  static_assert(std::endian::native == std::endian::little, "files are little-endian, as is every host so far");
+  static_assert(std::endian::native == std::endian::little,
+                "files are little-endian, as is every host so far");
   Number number;
   std::memcpy(&number, bytes.data() + at, sizeof number);
   return number;
@@ -38,7 +39,8 @@ Number LoadLittle(std::string_view bytes, std::size_t at) {
 /// Appends a number in the order of Intel's processors.
 template <class Number>
 void StoreLittle(std::string& bytes, Number number) {
-  static_assert(std::endian::native == std::endian::little, "files are little-endian, as is every host so far");
+  static_assert(std::endian::native == std::endian::little,
+                "files are little-endian, as is every host so far");
   bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
 }
 

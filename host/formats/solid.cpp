@@ -1,4 +1,5 @@
-// A height map as a closed body for mesh programs: the surface, walls around it and around its holes, and a base.
+// A height map as a closed body for mesh programs: the surface, walls around it and around its holes, and a
+// base.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -66,9 +67,7 @@ std::vector<std::array<std::uint32_t, 2>> Rim(const std::vector<Face>& faces) {
   struct Side {
     std::uint32_t low, high;
     bool rising;
-    bool operator<(const Side& other) const {
-      return low != other.low ? low < other.low : high < other.high;
-    }
+    bool operator<(const Side& other) const { return low != other.low ? low < other.low : high < other.high; }
   };
   std::vector<Side> sides;
   sides.reserve(3 * faces.size());
@@ -95,12 +94,14 @@ std::vector<std::array<std::uint32_t, 2>> Rim(const std::vector<Face>& faces) {
 
 void AddWallsAndBase(const HeightMap& map, Body& body) {
   const auto [low, high] = HeightRange(map);
-  const double depth = std::max(kBelowRange * (double{high} - low), kBelowSide * std::max(map.xSize, map.ySize));
+  const double depth =
+      std::max(kBelowRange * (double{high} - low), kBelowSide * std::max(map.xSize, map.ySize));
   const auto base = static_cast<float>(low - depth);
   const std::vector<std::array<std::uint32_t, 2>> rim = Rim(body.faces);
   const auto below = static_cast<std::uint32_t>(body.corners.size());
   body.corners.reserve(2 * body.corners.size());
-  for (std::uint32_t k = 0; k < below; ++k) body.corners.push_back({body.corners[k][0], body.corners[k][1], base});
+  for (std::uint32_t k = 0; k < below; ++k)
+    body.corners.push_back({body.corners[k][0], body.corners[k][1], base});
   const std::size_t surface = body.faces.size();
   body.faces.reserve(2 * surface + 2 * rim.size());
   for (const auto& [a, b] : rim) {
@@ -116,7 +117,8 @@ void AddWallsAndBase(const HeightMap& map, Body& body) {
 Body MakeBody(const GridToWrite& grid) {
   // Corners are numbered twice with 32 bits, and an STL file counts its triangles with as many.
   if (grid.map.heights.size() > std::size_t{1} << 28) {
-    throw Failure(ExitCode::kUsage, "more samples than a mesh file can hold", "qv3d resample makes them fewer.");
+    throw Failure(ExitCode::kUsage, "more samples than a mesh file can hold",
+                  "qv3d resample makes them fewer.");
   }
   Body body;
   AddSurface(grid.map, body);

@@ -47,7 +47,8 @@ bool IsReadCompression(std::uint16_t compression) {
 
 SampleType TypeOf(const std::string& name, const Layout& layout) {
   if (layout.channels != 1 || layout.photometric != PHOTOMETRIC_MINISBLACK) {
-    RefuseUnsupported(name, "a picture in colour, or one where white is 0; heights are read from grey levels");
+    RefuseUnsupported(name,
+                      "a picture in colour, or one where white is 0; heights are read from grey levels");
   }
   if (!IsReadCompression(layout.compression)) {
     RefuseUnsupported(name, fmt::format("its compression (number {}) is not read", layout.compression));
@@ -76,7 +77,8 @@ Origin OriginOf(const std::string& name, const Layout& layout) {
 /// libtiff has the samples in this machine's order.
 void ReadStrips(const std::string& name, TIFF* tiff, SampleType type, FileGrid& grid) {
   const std::size_t rowBytes = static_cast<std::size_t>(grid.width) * BytesOf(type);
-  if (static_cast<std::size_t>(std::max<tmsize_t>(TIFFScanlineSize(tiff), 0)) != rowBytes) RefuseDamaged(name);
+  if (static_cast<std::size_t>(std::max<tmsize_t>(TIFFScanlineSize(tiff), 0)) != rowBytes)
+    RefuseDamaged(name);
   std::string row(rowBytes, '\0');
   for (int j = 0; j < grid.height; ++j) {
     if (TIFFReadScanline(tiff, row.data(), static_cast<std::uint32_t>(j), 0) != 1) RefuseDamaged(name);

@@ -12,8 +12,7 @@ namespace {
 constexpr std::size_t kLargestFile = std::size_t{4'000'000'000};
 
 [[noreturn]] void FailToWrite() {
-  throw Failure(ExitCode::kNotComputable,
-                fmt::format("the picture cannot be encoded ({})", TakeTiffError()));
+  throw Failure(ExitCode::kNotComputable, fmt::format("the picture cannot be encoded ({})", TakeTiffError()));
 }
 
 void SetLayout(TIFF* tiff, const GridToWrite& grid, int bits, int format, const PictureNotes& notes) {

@@ -1,4 +1,5 @@
-// X3P, the surface archive of ISO 25178-72: a zip archive of a description in XML and binary samples. Reading.
+// X3P, the surface archive of ISO 25178-72: a zip archive of a description in XML and binary samples.
+// Reading.
 #include <array>
 #include <bit>
 #include <cmath>
@@ -82,8 +83,8 @@ void ReadLateralAxes(const std::string& name, const pugi::xml_node& axes, FileGr
   grid.spacingX = NumberAt(name, axes, {"CX", "Increment"}, 0);
   grid.spacingY = NumberAt(name, axes, {"CY", "Increment"}, 0);
   if (!(grid.spacingX > 0) || !(grid.spacingY > 0)) {
-    RefuseCorrupt(name, fmt::format("{} states a spacing of {:g} x {:g}", kDescription, grid.spacingX,
-                                    grid.spacingY));
+    RefuseCorrupt(
+        name, fmt::format("{} states a spacing of {:g} x {:g}", kDescription, grid.spacingX, grid.spacingY));
   }
   grid.x0 = NumberAt(name, axes, {"CX", "Offset"}, 0);
   grid.y0 = NumberAt(name, axes, {"CY", "Offset"}, 0);
@@ -105,8 +106,8 @@ std::string ReadMember(const std::string& name, const ZipArchive& archive, const
   std::optional<std::string> content = archive.Read(member, bytes);
   if (!content) RefuseCorrupt(name, fmt::format("there is no \"{}\" in the archive", member.substr(0, 80)));
   if (content->size() < bytes) {
-    RefuseCorrupt(name, fmt::format("\"{}\" has {} bytes; the samples announced need {}", member.substr(0, 80),
-                                    content->size(), bytes));
+    RefuseCorrupt(name, fmt::format("\"{}\" has {} bytes; the samples announced need {}",
+                                    member.substr(0, 80), content->size(), bytes));
   }
   return std::move(*content);
 }
@@ -150,8 +151,8 @@ void ReadListed(const std::string& name, const pugi::xml_node& list, std::size_t
     grid.values.push_back(*number);
   }
   if (grid.values.size() != count) {
-    RefuseCorrupt(name, fmt::format("{} samples are listed for {} x {}", grid.values.size(), grid.width,
-                                    grid.height));
+    RefuseCorrupt(
+        name, fmt::format("{} samples are listed for {} x {}", grid.values.size(), grid.width, grid.height));
   }
 }
 

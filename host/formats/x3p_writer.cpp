@@ -52,7 +52,8 @@ std::string Describe(const HeightMap& map, double metres, const Samples& samples
   std::string text =
       "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"?>\n"
       "<p:ISO5436_2 xmlns:p=\"http://www.opengps.eu/2008/ISO5436_2\">\n"
-      "  <Record1>\n    <Revision>ISO5436 - 2000</Revision>\n    <FeatureType>SUR</FeatureType>\n    <Axes>\n";
+      "  <Record1>\n    <Revision>ISO5436 - 2000</Revision>\n    <FeatureType>SUR</FeatureType>\n    "
+      "<Axes>\n";
   text += Axis("CX", map.SpacingX() * metres, map.x0 * metres);
   text += Axis("CY", map.SpacingY() * metres, map.y0 * metres);
   text +=

@@ -59,7 +59,9 @@ ZipArchive::ZipArchive(const std::string& name, const std::string& bytes) : name
   RefuseCorrupt(name, fmt::format("no zip archive in order ({})", zip_error_strerror(&error)));
 }
 
-ZipArchive::~ZipArchive() { zip_discard(archive_); }
+ZipArchive::~ZipArchive() {
+  zip_discard(archive_);
+}
 
 std::optional<std::string> ZipArchive::Read(const std::string& member, std::size_t most) const {
   const zip_int64_t index = zip_name_locate(archive_, member.c_str(), 0);
@@ -71,8 +73,10 @@ std::optional<std::string> ZipArchive::Read(const std::string& member, std::size
   }
   std::string content, chunk(std::min(kChunk, most), '\0');
   while (content.size() < most) {
-    const zip_int64_t got = zip_fread(file.get(), chunk.data(), std::min(chunk.size(), most - content.size()));
-    if (got < 0) RefuseCorrupt(name_, fmt::format("\"{}\" is damaged ({})", member, zip_file_strerror(file.get())));
+    const zip_int64_t got =
+        zip_fread(file.get(), chunk.data(), std::min(chunk.size(), most - content.size()));
+    if (got < 0)
+      RefuseCorrupt(name_, fmt::format("\"{}\" is damaged ({})", member, zip_file_strerror(file.get())));
     if (got == 0) break;
     content.append(chunk, 0, static_cast<std::size_t>(got));
   }
