@@ -17,6 +17,7 @@ namespace {
 constexpr std::string_view kMagic = "\x89PNG\r\n\x1a\n";
 /// Deflate makes no more out of a byte.
 constexpr double kMostExpansion = 1032;
+constexpr std::size_t kAnyChunk = std::size_t{1} << 16;
 constexpr const char* kNotRead = "a picture in colour; heights are read from grey levels only";
 
 /// Everything that lives across libpng's jumps: nothing in the functions that call it needs a destructor.
@@ -33,6 +34,10 @@ struct Reading {
   ~Reading() { png_destroy_read_struct(&png, &info, nullptr); }
 };
 
+png_const_bytep Bytes(const char* bytes) {
+  return reinterpret_cast<png_const_bytep>(bytes);
+}
+
 [[noreturn]] void Fail(png_structp png, png_const_charp message) {
   static_cast<Reading*>(png_get_error_ptr(png))->error = message;
   png_longjmp(png, 1);
@@ -45,6 +50,19 @@ void Take(png_structp png, png_bytep to, std::size_t count) {
   if (rest.size() < count) png_error(png, "it ends too early");
   std::memcpy(to, rest.data(), count);
   rest.remove_prefix(count);
+}
+
+/// libpng allocates and clears what a chunk announces before it looks whether that is there.
+void CheckChunks(const std::string& name, std::string_view bytes) {
+  constexpr std::size_t kAround = 12;  // length, kind and checksum
+  for (bytes.remove_prefix(kMagic.size()); !bytes.empty();) {
+    const std::size_t length = bytes.size() < kAround ? bytes.size() : png_get_uint_32(Bytes(bytes.data()));
+    if (bytes.size() < kAround || length > bytes.size() - kAround) {
+      RefuseCorrupt(name, "no PNG picture in order (it ends too early)");
+    }
+    const bool last = bytes.substr(4, 4) == "IEND";
+    bytes.remove_prefix(last ? bytes.size() : length + kAround);
+  }
 }
 
 void TakeNotes(Reading& reading) {
@@ -62,6 +80,8 @@ void TakeNotes(Reading& reading) {
 bool ReadHeader(Reading& reading) {
   if (setjmp(png_jmpbuf(reading.png)) != 0) return false;
   png_set_read_fn(reading.png, &reading, Take);
+  // Compressed text may be some times larger than the file.
+  png_set_chunk_malloc_max(reading.png, kAnyChunk + reading.rest.size());
   png_set_keep_unknown_chunks(reading.png, PNG_HANDLE_CHUNK_NEVER, nullptr, 0);
   png_read_info(reading.png, reading.info);
   png_get_IHDR(reading.png, reading.info, &reading.width, &reading.height, &reading.depth, &reading.colour,
@@ -138,6 +158,7 @@ bool IsPng(std::string_view bytes) {
 
 FileGrid ReadGreyPng(const std::string& name, std::string bytes) {
   if (!IsPng(bytes)) RefuseCorrupt(name, "no PNG picture");
+  CheckChunks(name, bytes);
   Reading reading;
   reading.rest = bytes;
   reading.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &reading, Fail, Ignore);

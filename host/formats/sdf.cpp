@@ -1,25 +1,22 @@
 // SDF, the surface data file of ISO 25178-71: a header, rows of samples, a trailer that nobody needs.
+// Reading.
 #include <array>
 #include <bit>
 #include <cmath>
 #include <fmt/format.h>
-#include <iterator>
 #include <limits>
-#include <map>
 
 #include "files/mesh_file.h"
 #include "files/number_lines.h"
 #include "formats/key_values.h"
 #include "formats/readers.h"
 #include "formats/samples.h"
-#include "units.h"
 
 namespace qv3d {
 namespace {
 
 constexpr std::size_t kVersionBytes = 8, kBinaryHeaderBytes = 81;
 constexpr int kDoubles = 7;
-constexpr double kMostBinary = std::numeric_limits<std::uint16_t>::max();
 /// Both spellings of a binary number that is none: NaN here, the ends of the range in other programs' files.
 constexpr MissingRule kMissing{.lowestInteger = true, .extremeFloat = true};
 constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
@@ -149,17 +146,6 @@ FileGrid ReadAscii(const std::string& name, std::string_view bytes) {
   return grid;
 }
 
-/// Spacing and heights in metres are these numbers times the scale: as they are in memory, nothing is
-/// rounded.
-struct Scales {
-  double x, y, z;
-};
-
-Scales ScalesOf(const GridToWrite& grid) {
-  const double metres = UnitInMetres(grid.unit);
-  return {grid.map.SpacingX() * metres, grid.map.SpacingY() * metres, metres};
-}
-
 }  // namespace
 
 bool IsSdf(std::string_view bytes) {
@@ -177,52 +163,6 @@ FileGrid ReadSdf(const std::string& name, std::string bytes) {
     for (double& value : grid.values) value = -value;
   }
   return grid;
-}
-
-std::string WriteSdf(const GridToWrite& grid) {
-  const HeightMap& map = grid.map;
-  if (map.width > kMostBinary || map.height > kMostBinary) {
-    throw Failure(ExitCode::kUsage,
-                  fmt::format("{} x {} samples: a binary SDF file has at most {:g} along a side", map.width,
-                              map.height, kMostBinary),
-                  "--format sdf-ascii knows no limit.");
-  }
-  const Scales scales = ScalesOf(grid);
-  // Maker, and two dates that are not told: the same surface makes the same file.
-  std::string bytes = fmt::format("bISO-1.0{:<10}{:<12}{:<12}", "QV_3D", "010120000000", "010120000000");
-  StoreLittle(bytes, static_cast<std::uint16_t>(map.width));
-  StoreLittle(bytes, static_cast<std::uint16_t>(map.height));
-  for (const double number : {scales.x, scales.y, scales.z, -1.0}) StoreLittle(bytes, number);
-  for (const int number : {0, kDoubles, 0}) bytes += static_cast<char>(number);
-  bytes.reserve(bytes.size() + map.heights.size() * sizeof(double));
-  for (int row = 0; row < map.height; ++row) {
-    const float* const heights = grid.Row(row);
-    for (int i = 0; i < map.width; ++i) StoreLittle(bytes, IsMissing(heights[i]) ? kNothing : heights[i]);
-  }
-  return bytes;
-}
-
-std::string WriteAsciiSdf(const GridToWrite& grid) {
-  const HeightMap& map = grid.map;
-  const Scales scales = ScalesOf(grid);
-  std::string text = fmt::format(
-      "aISO-1.0\nManufacID = QV_3D\nCreateDate = 010120000000\nModDate = 010120000000\nNumPoints = {}\n"
-      "NumProfiles = {}\nXscale = {:.9g}\nYscale = {:.9g}\nZscale = {}\nZresolution = -1\nCompression = 0\n"
-      "DataType = {}\nCheckType = 0\n*\n",
-      map.width, map.height, scales.x, scales.y, scales.z, kDoubles);
-  for (int row = 0; row < map.height; ++row) {
-    const float* const heights = grid.Row(row);
-    for (int i = 0; i < map.width; ++i) {
-      if (i > 0) text += ' ';
-      if (IsMissing(heights[i])) {
-        text += "BAD";
-      } else {
-        fmt::format_to(std::back_inserter(text), "{}", heights[i]);
-      }
-    }
-    text += '\n';
-  }
-  return text + "*\n*\n";
 }
 
 }  // namespace qv3d
