@@ -258,7 +258,7 @@ TEST(BadFormats, AnnouncedSizes_TakeNoMemory) {
           const ExitCode code = Judge(name, bytes).code;
           return code == ExitCode::kCorrupt || code == ExitCode::kNotComputable ? 0 : 1;
         },
-        [](const std::string&) {});
+        [](const qv3d::ChildState&) {});
     EXPECT_EQ(outcome.end, ChildOutcome::End::kExited) << name << outcome.errors;
     EXPECT_EQ(outcome.code, 0) << name << " " << Judge(name, bytes).says;
   }
