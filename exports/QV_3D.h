@@ -249,7 +249,7 @@ QV_API int QV_CALL CropSurface(const void* source, void* destination, int firstC
  */
 QV_API unsigned QV_CALL FilterMean(int size, int nx, int ny, const double* in, double* out);
 
-/* As FilterMean, rounded to float. */
+/* As FilterMean, rounded to float. Where the heights near it let it be, the sum is exact. */
 QV_API unsigned QV_CALL FilterMeanf(int size, int nx, int ny, const float* in, float* out);
 
 /* The sum wraps at 32 bits and is divided by size*size toward zero. Size 0 writes nothing. */

@@ -1,132 +1,325 @@
-#include "kernels/window_pass.h"
+#include "kernels/running_sums.h"
 
 namespace qv::kernels::QV_KERNEL_ISA {
 
 namespace {
 
-struct Strip {
-  std::ptrdiff_t x, count;  ///< first result and number of results in a row
-};
-
-template <class Sum, class Body>
-QV_INLINE void ForEachStrip(std::ptrdiff_t columns, std::ptrdiff_t across, std::ptrdiff_t down, Body body) {
-  const std::ptrdiff_t width = StripWidth<Sum>(columns, across, down);
-  for (std::ptrdiff_t x = 0; x < columns; x += width) body(Strip{x, Min(width, columns - x)});
-}
-
 /// Sums start from 0, so that negative zeros alone give 0 like any other order of adding would.
-template <class T>
-QV_INLINE double Quotient(T sum, double divisor) {
-  return (static_cast<double>(sum) + 0.0) / divisor;
+QV_INLINE double Quotient(double sum, double divisor) {
+  return (sum + 0.0) / divisor;
 }
 
-/// How sums are carried and how a quotient is stored.
-template <class T>
-struct Means {
-  using Sum = double;
-  QV_INLINE double Widen(T z) { return static_cast<double>(z); }
-  QV_INLINE T Store(double sum, double divisor) { return Canonical(static_cast<T>(Quotient(sum, divisor))); }
+// Windows go by the places of their first samples.
+
+struct WindowRow {
+  std::ptrdiff_t y, x, count;
 };
+struct Tile {
+  std::ptrdiff_t y, x, rows, columns;
+};
+
+/// The grid as the windows see it. Rows and columns count from the margin's first.
+template <class T>
+struct Field {
+  const T* in;
+  std::ptrdiff_t nx, ny;
+  std::ptrdiff_t marginX, marginY;  ///< columns and rows of nothing, on either side
+  std::ptrdiff_t across, down;      ///< of a window
+
+  [[nodiscard]] std::ptrdiff_t Rows() const { return ny + 2 * marginY; }
+  /// Null where there is no row. Of the columns from x on, those from Begin(x) to End(x, columns) exist.
+  [[nodiscard]] const T* Row(std::ptrdiff_t y, std::ptrdiff_t x) const {
+    const std::ptrdiff_t row = y - marginY;
+    return row >= 0 && row < ny ? in + row * nx + x - marginX : nullptr;
+  }
+  [[nodiscard]] std::ptrdiff_t Begin(std::ptrdiff_t x) const { return Max(0, marginX - x); }
+  [[nodiscard]] std::ptrdiff_t End(std::ptrdiff_t x, std::ptrdiff_t columns) const {
+    return Min(columns + across - 1, nx + marginX - x);
+  }
+  [[nodiscard]] std::ptrdiff_t SamplesOfWindow() const { return Min(across, nx) * Min(down, ny); }
+};
+
+/// Windows that lie inside the grid.
+template <class T>
+Field<T> Cropped(const Window& window, const T* in) {
+  const std::ptrdiff_t side = 2 * window.half + 1;
+  return {in, window.nx, window.ny, 0, 0, side, side};
+}
+
+/// Calls body(tile). A tile spans several windows: what is done anew for each costs little then.
+template <class T, class Body>
+QV_INLINE void ForEachTile(const Field<T>& field, Body body) {
+  const std::ptrdiff_t rows = field.Rows() - field.down + 1;
+  const std::ptrdiff_t columns = field.nx + 2 * field.marginX - field.across + 1;
+  const std::ptrdiff_t height = Max(4, 512 / field.down) * field.down, width = Max(2048, 2 * field.across);
+  for (std::ptrdiff_t y = 0; y < rows; y += height) {
+    for (std::ptrdiff_t x = 0; x < columns; x += width) {
+      body(Tile{y, x, Min(height, rows - y), Min(width, columns - x)});
+    }
+  }
+}
+
+/// Moves windows down a tile: calls step(row that enters, row that leaves, first row of the windows), null
+/// where there is none. Until the windows are inside the tile nothing leaves.
+template <class T, class Step>
+QV_INLINE void ForEachStep(const Field<T>& field, const Tile& tile, Step step) {
+  const std::ptrdiff_t end = tile.y + tile.rows + field.down - 1;
+  const std::ptrdiff_t begin = field.Begin(tile.x), length = field.End(tile.x, tile.columns) - begin;
+  for (std::ptrdiff_t y = tile.y; y < end; ++y) {
+    const T* next = y + 1 < end ? field.Row(y + 1, tile.x) : nullptr;
+    if (next != nullptr) Ask<0>(next + begin, length);
+    const std::ptrdiff_t top = y - field.down + 1;
+    step(field.Row(y, tile.x), top > tile.y ? field.Row(top - 1, tile.x) : nullptr, top);
+  }
+}
+
+/// What is summed: all samples, or those in use, which are also counted.
+struct EverySample {
+  QV_INLINE float Read(float z) { return z; }
+};
+template <class CountOfSamples>
+struct UsedSamples {
+  using Count = CountOfSamples;
+  /// By a mask: GCC 12 makes branches of a choice.
+  QV_INLINE float Read(float z) {
+    return __builtin_bit_cast(float, __builtin_bit_cast(std::uint32_t, z) & (0 - std::uint32_t{Used(z)}));
+  }
+};
+
+/// How many samples of every window are in use.
+template <class Samples>
+class Counts {
+ public:
+  using Count = typename Samples::Count;
+  Counts(const Field<float>& field, const Tile& tile)
+      : begin_(field.Begin(tile.x)),
+        end_(field.End(tile.x, tile.columns)),
+        sums_(field.across, tile.columns) {}
+  [[nodiscard]] bool Ready() const { return sums_.Ready(); }
+  void Move(const float* entering, const float* leaving) {
+    sums_.Move(
+        entering, leaving, begin_, end_,
+        [](float z) __attribute__((always_inline)) { return static_cast<Count>(Used(z)); });
+  }
+  auto Row() { return sums_.Sums(); }
+
+ private:
+  std::ptrdiff_t begin_, end_;
+  RunningSums<Count> sums_;
+};
+/// Nobody asks.
 template <>
-struct Means<std::int32_t> {
-  using Sum = std::uint32_t;  // wraps: callers rely on it
-  QV_INLINE Sum Widen(std::int32_t z) { return static_cast<Sum>(z); }
-  /// The quotient of two ints in double, truncated, is their integer quotient: a rounding cannot reach the
-  /// next integer.
-  QV_INLINE std::int32_t Store(Sum sum, double divisor) {
-    return static_cast<std::int32_t>(static_cast<double>(static_cast<std::int32_t>(sum)) / divisor);
-  }
+class Counts<EverySample> {
+ public:
+  Counts(const Field<float>& /*field*/, const Tile& /*tile*/) {}
+  [[nodiscard]] bool Ready() const { return true; }
+  void Move(const float* /*entering*/, const float* /*leaving*/) {}
+  struct Nothing {
+    int operator[](std::ptrdiff_t /*place*/) const { return 0; }
+  };
+  Nothing Row() { return {}; }
 };
 
-/// Calls emit(first row of windows, sums, row within the block) for every row of windows of a strip.
-template <class Sum, class T, class Emit>
-QV_INLINE void ForEachRow(const Window& window, const Strip& strip, const T* in, WindowSums<Sum>& sums,
-                          Emit emit) {
-  const std::ptrdiff_t side = 2 * window.half + 1, rows = window.ny - side + 1;
-  for (std::ptrdiff_t top = 0; top < rows; top += side) {
-    sums.SumColumns(
-        top, window.ny, 0, strip.count + side - 1,
-        [](T z) __attribute__((always_inline)) { return Means<T>::Widen(z); },
-        [&](std::ptrdiff_t y, std::ptrdiff_t x)
-            __attribute__((always_inline)) { return in + y * window.nx + strip.x + x; });
-    for (std::ptrdiff_t j = 0; j < side && top + j < rows; ++j) emit(top + j, j);
-  }
+template <class Samples>
+FixedPoint FixedPointOf(const Field<float>& field, const Tile& tile) {
+  const std::ptrdiff_t begin = field.Begin(tile.x), end = field.End(tile.x, tile.columns);
+  FixedPoint point(field.SamplesOfWindow());
+  ForEachStep(field, tile, [&](const float* row, const float*, std::ptrdiff_t) {
+    if (row != nullptr && point.Holds()) point.See(row + begin, end - begin, Samples::Read);
+  });
+  return point;
 }
 
-template <class T>
-void Mean(const Window& window, const T* in, T* out) {
-  using Sum = typename Means<T>::Sum;
-  const std::ptrdiff_t side = 2 * window.half + 1, columns = window.nx - side + 1;
-  const std::ptrdiff_t rows = window.ny - side + 1;
-  const double divisor = window.divisor;
-  ForEachStrip<Sum>(columns, side, side, [&](const Strip& strip) {
-    WindowSums<Sum> sums(side, side, strip.count);
-    if (!sums.Ready()) return;
-    ForEachRow(window, strip, in, sums, [&](std::ptrdiff_t y, std::ptrdiff_t j) {
-      T* __restrict to = out + y * columns + strip.x;
-      if (y + 1 < rows) Ask<1>(to + columns, strip.count);
-      sums.Finish(
-          j, [=](std::ptrdiff_t i, Sum sum)
-                 __attribute__((always_inline)) { to[i] = Means<T>::Store(sum, divisor); });
+/// Calls emit(row of windows, finish) from top to bottom, and finish(sink) calls sink(place, sum, samples in
+/// use).
+template <class Samples, class Emit>
+QV_INLINE void RunSums(const Field<float>& field, const Tile& tile, const FixedPoint& point, Emit emit) {
+  RunningSums<std::uint64_t> sums(field.across, tile.columns);
+  Counts<Samples> counts(field, tile);
+  if (!sums.Ready() || !counts.Ready()) return;
+  const std::ptrdiff_t begin = field.Begin(tile.x), end = field.End(tile.x, tile.columns);
+  const double shift = point.Shift(), unit = point.Unit();
+  const auto convert = [=](float z) __attribute__((always_inline)) {
+    return FixedPoint::Of(Samples::Read(z), shift);
+  };
+  ForEachStep(field, tile, [&](const float* entering, const float* leaving, std::ptrdiff_t top) {
+    sums.Move(entering, leaving, begin, end, convert);
+    counts.Move(entering, leaving);
+    if (top < tile.y) return;
+    emit(
+        WindowRow{top, tile.x, tile.columns}, [&](auto sink) __attribute__((always_inline)) {
+          const auto sum = sums.Sums();
+          const auto used = counts.Row();
+          QV_INDEPENDENT
+          for (std::ptrdiff_t i = 0; i < tile.columns; ++i)
+            sink(i, FixedPoint::Double(sum[i]) * unit, used[i]);
+        });
+  });
+}
+
+/// The same by additions only, for a strip of a tile.
+template <class Samples, class Emit>
+QV_INLINE void AddSums(const Field<float>& field, const Tile& strip, Emit emit) {
+  WindowSums<double> sums(field.across, field.down, strip.columns);
+  Counts<Samples> counts(field, strip);
+  if (!sums.Ready() || !counts.Ready()) return;
+  ForEachStep(field, strip, [&](const float* entering, const float* leaving, std::ptrdiff_t top) {
+    counts.Move(entering, leaving);
+    if (top < strip.y) return;
+    const std::ptrdiff_t row = (top - strip.y) % field.down;
+    if (row == 0) {
+      sums.SumColumns(
+          top, field.Rows(), field.Begin(strip.x), field.End(strip.x, strip.columns),
+          [](float z) __attribute__((always_inline)) { return static_cast<double>(Samples::Read(z)); },
+          [&](std::ptrdiff_t y, std::ptrdiff_t x) __attribute__((always_inline)) {
+            const float* from = field.Row(y, strip.x);
+            return from == nullptr ? nullptr : from + x;
+          });
+    }
+    emit(
+        WindowRow{top, strip.x, strip.columns}, [&](auto sink) __attribute__((always_inline)) {
+          const auto used = counts.Row();
+          sums.Finish(
+              row, [=](std::ptrdiff_t i, double sum)
+                       __attribute__((always_inline)) { sink(i, sum, used[i]); });
+        });
+  });
+}
+
+/// Of windows that low, adding takes less time than looking for a unit.
+constexpr std::ptrdiff_t kFewRows = 3;
+
+/// Running sums where they are exact, and so give what additions of unlimited precision would; elsewhere a
+/// huge sample would leave its rounding error in all windows after it.
+template <class Samples, class Emit>
+QV_INLINE void ForEachRowOfSums(const Field<float>& field, Emit emit) {
+  ForEachTile(field, [&](const Tile& tile) {
+    if (field.down > kFewRows) {
+      const FixedPoint point = FixedPointOf<Samples>(field, tile);
+      if (point.Holds()) {
+        RunSums<Samples>(field, tile, point, emit);
+        return;
+      }
+    }
+    const std::ptrdiff_t width = StripWidth<double>(tile.columns, field.across, field.down);
+    for (std::ptrdiff_t x = 0; x < tile.columns; x += width) {
+      AddSums<Samples>(field, Tile{tile.y, tile.x + x, tile.rows, Min(width, tile.columns - x)}, emit);
+    }
+  });
+}
+
+/// The same of the samples in use. A window may hold more than an int counts.
+template <class Emit>
+void ForEachRowOfUsedSums(const Field<float>& field, Emit emit) {
+  if (field.SamplesOfWindow() <= INT32_MAX) {
+    ForEachRowOfSums<UsedSamples<std::uint32_t>>(field, emit);
+  } else {
+    ForEachRowOfSums<UsedSamples<std::uint64_t>>(field, emit);
+  }
+}
+QV_INLINE double Double(std::uint32_t count) {
+  return static_cast<double>(static_cast<std::int32_t>(count));
+}
+QV_INLINE double Double(std::uint64_t count) {
+  return FixedPoint::Double(count);
+}
+
+void MeanFloats(const Window& window, const float* in, float* out) {
+  const Field<float> field = Cropped(window, in);
+  const std::ptrdiff_t columns = window.nx - 2 * window.half, rows = window.ny - 2 * window.half;
+  ForEachRowOfSums<EverySample>(field, [&](const WindowRow& row, auto finish) {
+    float* __restrict to = out + row.y * columns + row.x;
+    if (row.y + 1 < rows) Ask<1>(to + columns, row.count);
+    finish([=](std::ptrdiff_t i, double sum, auto) __attribute__((always_inline)) {
+      to[i] = Canonical(static_cast<float>(Quotient(sum, window.divisor)));
     });
   });
 }
 
-/// One row of results of a member with a residual.
+/// By additions only: a unit that doubles share would leave their sums too many digits.
+void MeanDoubles(const Window& window, const double* in, double* out) {
+  const std::ptrdiff_t side = 2 * window.half + 1, columns = window.nx - side + 1;
+  const std::ptrdiff_t rows = window.ny - side + 1, width = StripWidth<double>(columns, side, side);
+  for (std::ptrdiff_t x = 0; x < columns; x += width) {
+    const std::ptrdiff_t count = Min(width, columns - x);
+    WindowSums<double> sums(side, side, count);
+    if (!sums.Ready()) return;
+    for (std::ptrdiff_t y = 0; y < rows; ++y) {
+      if (y % side == 0) {
+        sums.SumColumns(
+            y, window.ny, 0, count + side - 1, [](double z) __attribute__((always_inline)) { return z; },
+            [=](std::ptrdiff_t row, std::ptrdiff_t column)
+                __attribute__((always_inline)) { return in + row * window.nx + x + column; });
+      }
+      double* __restrict to = out + y * columns + x;
+      if (y + 1 < rows) Ask<1>(to + columns, count);
+      sums.Finish(
+          y % side, [=](std::ptrdiff_t i, double sum)
+                        __attribute__((always_inline)) { to[i] = Canonical(Quotient(sum, window.divisor)); });
+    }
+  }
+}
+
+void MeanInts(const Window& window, const std::int32_t* in, std::int32_t* out) {
+  const Field<std::int32_t> field = Cropped(window, in);
+  const std::ptrdiff_t columns = window.nx - 2 * window.half, rows = window.ny - 2 * window.half;
+  ForEachTile(field, [&](const Tile& tile) {
+    RunningSums<std::uint32_t> sums(field.across, tile.columns);
+    if (!sums.Ready()) return;
+    ForEachStep(
+        field, tile, [&](const std::int32_t* entering, const std::int32_t* leaving, std::ptrdiff_t top) {
+          sums.Move(
+              entering, leaving, 0, tile.columns + field.across - 1,
+              [](std::int32_t z) __attribute__((always_inline)) { return static_cast<std::uint32_t>(z); });
+          if (top < tile.y) return;
+          std::int32_t* __restrict to = out + top * columns + tile.x;
+          if (top + 1 < rows) Ask<1>(to + columns, tile.columns);
+          // The sum wraps: callers rely on it. The quotient of two ints in double, truncated, is their
+          // integer quotient: a rounding cannot reach the next integer.
+          const auto sum = sums.Sums();
+          QV_INDEPENDENT
+          for (std::ptrdiff_t i = 0; i < tile.columns; ++i) {
+            to[i] = static_cast<std::int32_t>(static_cast<double>(static_cast<std::int32_t>(sum[i])) /
+                                              window.divisor);
+          }
+        });
+  });
+}
+
+/// Where the members with a residual store.
 struct ResidualRow {
-  const double* __restrict sums;
-  const std::uint8_t* __restrict missing;  ///< whether the window holds a missing sample
-  const float* __restrict topLeft;
-  const float* __restrict centre;
   float* __restrict out;
   float* __restrict residual;
-  std::ptrdiff_t count;
+  QV_INLINE void Put(const ResidualRow& row, std::ptrdiff_t i, double from, double value, bool good) {
+    const float stored = Canonical(static_cast<float>(value));
+    const float difference = Canonical(static_cast<float>(from - value));
+    row.out[i] = good ? stored : kBad;
+    row.residual[i] = good ? difference : kBad;
+  }
 };
 
-/// Calls emit(row of results) for the members that mark a window with a missing sample.
-template <class Emit>
-QV_INLINE void ForEachMarkedRow(const Window& window, const float* in, float* out, float* residual,
-                                Emit emit) {
-  const std::ptrdiff_t side = 2 * window.half + 1, columns = window.nx - side + 1;
-  ForEachStrip<double>(columns, side, side, [&](const Strip& strip) {
-    WindowSums<double> sliding(side, side, strip.count);
-    SlidingWindow<Either, std::uint8_t> marks(side, side, strip.count);
-    Scratch<double> sums(strip.count);
-    if (!sliding.Ready() || !marks.Ready() || sums.Data() == nullptr) return;
-    const std::uint8_t* missing = marks.Row();
-    std::ptrdiff_t marked = 0;
-    ForEachRow(window, strip, in, sliding, [&](std::ptrdiff_t top, std::ptrdiff_t j) {
-      for (; marked < top + side; ++marked) {
-        const float* __restrict from = in + marked * window.nx + strip.x;
-        std::uint8_t* __restrict row = marks.Row();
-        for (std::ptrdiff_t i = 0; i < strip.count + side - 1; ++i) row[i] = !Used(from[i]);
-        missing = marks.Push();
-      }
-      double* __restrict to = sums.Data();
-      sliding.Finish(
-          j, [=](std::ptrdiff_t i, double sum) __attribute__((always_inline)) { to[i] = sum; });
-      const std::ptrdiff_t place = top * columns + strip.x;
-      const float* topLeft = in + top * window.nx + strip.x;
-      const float* centre = topLeft + window.half * window.nx + window.half;
-      if (top + side < window.ny) {
-        Ask<1>(out + place + columns, strip.count);
-        Ask<1>(residual + place + columns, strip.count);
-      }
-      emit(ResidualRow{sums.Data(), missing, topLeft, centre, out + place, residual + place, strip.count});
-    });
-  });
+/// Asks for the row after it as well.
+ResidualRow RowAt(float* out, float* residual, const WindowRow& row, std::ptrdiff_t rows,
+                  std::ptrdiff_t columns) {
+  const std::ptrdiff_t place = row.y * columns + row.x;
+  if (row.y + 1 < rows) {
+    Ask<1>(out + place + columns, row.count);
+    Ask<1>(residual + place + columns, row.count);
+  }
+  return {out + place, residual + place};
 }
 
 void MeanResidual(const Window& window, const float* in, float* out, float* residual) {
-  ForEachMarkedRow(window, in, out, residual, [&](const ResidualRow& row) {
-    for (std::ptrdiff_t i = 0; i < row.count; ++i) {
-      const double mean = Quotient(row.sums[i], window.divisor);
-      const float stored = Canonical(static_cast<float>(mean));
-      const float difference = Canonical(static_cast<float>(row.topLeft[i] - mean));
-      // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): Ready() has been asked
-      row.out[i] = row.missing[i] ? kBad : stored;
-      row.residual[i] = row.missing[i] ? kBad : difference;
-    }
+  const Field<float> field = Cropped(window, in);
+  const std::ptrdiff_t all = field.across * field.down;
+  ForEachRowOfUsedSums(field, [&](const WindowRow& row, auto finish) {
+    const ResidualRow to =
+        RowAt(out, residual, row, window.ny - 2 * window.half, window.nx - 2 * window.half);
+    const float* __restrict topLeft = in + row.y * window.nx + row.x;
+    finish([=](std::ptrdiff_t i, double sum, auto used) __attribute__((always_inline)) {
+      ResidualRow::Put(to, i, topLeft[i], Quotient(sum, window.divisor),
+                       used == static_cast<decltype(used)>(all));
+    });
   });
 }
 
@@ -146,93 +339,48 @@ QV_INLINE double SumAroundInfiniteCentre(const Window& window, const float* topL
   return sum;
 }
 
-QV_INLINE void StoreLaplacian(const ResidualRow& row, std::ptrdiff_t i, double sum, double divisor) {
-  const double value = sum / divisor;
-  const float stored = Canonical(static_cast<float>(value));
-  const float difference = Canonical(static_cast<float>(row.topLeft[i] - value));
-  row.out[i] = row.missing[i] ? kBad : stored;
-  row.residual[i] = row.missing[i] ? kBad : difference;
-}
-
 void Laplacian(const Window& window, const float* in, float* out, float* residual) {
-  ForEachMarkedRow(window, in, out, residual, [&](const ResidualRow& row) {
-    std::int32_t infinite = 0;
-    for (std::ptrdiff_t i = 0; i < row.count; ++i) {
-      const double centre = row.centre[i];
-      infinite |= IsInfinite(centre);
+  const Field<float> field = Cropped(window, in);
+  const std::ptrdiff_t all = field.across * field.down;
+  ForEachRowOfUsedSums(field, [&](const WindowRow& row, auto finish) {
+    const ResidualRow to =
+        RowAt(out, residual, row, window.ny - 2 * window.half, window.nx - 2 * window.half);
+    const float* __restrict topLeft = in + row.y * window.nx + row.x;
+    const float* __restrict centre = topLeft + window.half * window.nx + window.half;
+    finish([=](std::ptrdiff_t i, double sum, auto used) __attribute__((always_inline)) {
       // The centre is in the sum: once more than its weight makes up for that.
-      StoreLaplacian(row, i, (window.divisor + 1) * centre - row.sums[i], window.divisor);
-    }
+      const double value = ((window.divisor + 1) * centre[i] - sum) / window.divisor;
+      ResidualRow::Put(to, i, topLeft[i], value, used == static_cast<decltype(used)>(all));
+    });
+    std::int32_t infinite = 0;
+    for (std::ptrdiff_t i = 0; i < row.count; ++i) infinite |= IsInfinite(centre[i]);
     if (infinite == 0) return;
     for (std::ptrdiff_t i = 0; i < row.count; ++i) {
-      // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): Ready() has been asked
-      if (row.missing[i] || !IsInfinite(row.centre[i])) continue;
-      StoreLaplacian(row, i, SumAroundInfiniteCentre(window, row.topLeft + i), window.divisor);
+      if (!IsInfinite(centre[i]) || to.out[i] == kBad) continue;
+      const double value = SumAroundInfiniteCentre(window, topLeft + i) / window.divisor;
+      ResidualRow::Put(to, i, topLeft[i], value, true);
     }
   });
 }
 
-/// Windows reach beyond the grid, where there is nothing: zero samples, none of them counted. A window may
-/// hold more samples than an int counts.
-template <class Count>
-void ClippedMeanCountedIn(const Window& window, const float* in, float* out, float* residual) {
+/// Windows reach beyond the grid, where there is nothing.
+void ClippedMean(const Window& window, const float* in, float* out, float* residual) {
   const std::ptrdiff_t nx = window.nx, ny = window.ny;
   const std::ptrdiff_t reachX = Min(window.half, nx - 1), reachY = Min(window.half, ny - 1);
-  const std::ptrdiff_t across = 2 * reachX + 1, down = 2 * reachY + 1;
-  ForEachStrip<double>(nx, across, down, [&](const Strip& strip) {
-    WindowSums<double> sums(across, down, strip.count);
-    WindowSums<Count> counts(across, down, strip.count);
-    Scratch<Count> found(strip.count);
-    if (!sums.Ready() || !counts.Ready() || found.Data() == nullptr) return;
-    const std::ptrdiff_t first = strip.x - reachX;
-    const std::ptrdiff_t begin = Max(0, -first), end = Min(strip.count + across - 1, nx - first);
-    const auto source = [=](std::ptrdiff_t y, std::ptrdiff_t x) __attribute__((always_inline)) {
-      const std::ptrdiff_t row = y - reachY;
-      return row >= 0 && row < ny ? in + row * nx + first + x : nullptr;
-    };
-    for (std::ptrdiff_t top = 0; top < ny; top += down) {
-      const std::ptrdiff_t rows = ny + 2 * reachY;
-      sums.SumColumns(
-          top, rows, begin, end,
-          [](float z) __attribute__((always_inline)) { return Used(z) ? static_cast<double>(z) : 0.0; },
-          source);
-      counts.SumColumns(
-          top, rows, begin, end,
-          [](float z) __attribute__((always_inline)) { return static_cast<Count>(Used(z)); }, source);
-      for (std::ptrdiff_t j = 0; j < down && top + j < ny; ++j) {
-        Count* __restrict count = found.Data();
-        counts.Finish(
-            j, [=](std::ptrdiff_t i, Count used) __attribute__((always_inline)) { count[i] = used; });
-        const std::ptrdiff_t to = (top + j) * nx + strip.x;
-        if (top + j + 1 < ny) {
-          Ask<1>(out + to + nx, strip.count);
-          Ask<1>(residual + to + nx, strip.count);
-        }
-        const float* __restrict centre = in + to;
-        float* __restrict toOut = out + to;
-        float* __restrict toResidual = residual + to;
-        sums.Finish(
-            j, [=](std::ptrdiff_t i, double sum) __attribute__((always_inline)) {
-              const double mean = Quotient(sum, static_cast<double>(count[i]));
-              const float stored = Canonical(static_cast<float>(mean));
-              const float difference = Canonical(static_cast<float>(centre[i] - mean));
-              toOut[i] = count[i] == 0 ? kBad : stored;
-              toResidual[i] = count[i] == 0 ? kBad : difference;
-            });
-      }
-    }
+  const Field<float> field = {in, nx, ny, reachX, reachY, 2 * reachX + 1, 2 * reachY + 1};
+  ForEachRowOfUsedSums(field, [&](const WindowRow& row, auto finish) {
+    const ResidualRow to = RowAt(out, residual, row, ny, nx);
+    const float* __restrict centre = in + row.y * nx + row.x;
+    finish([=](std::ptrdiff_t i, double sum, auto used) __attribute__((always_inline)) {
+      ResidualRow::Put(to, i, centre[i], Quotient(sum, Double(used)), used != 0);
+    });
   });
-}
-
-void ClippedMean(const Window& window, const float* in, float* out, float* residual) {
-  const bool fewSamples = window.nx <= INT32_MAX / window.ny;
-  (fewSamples ? ClippedMeanCountedIn<std::int32_t> : ClippedMeanCountedIn<double>)(window, in, out, residual);
 }
 
 }  // namespace
 
 extern const WindowMeanKernels windowMeans;
-const WindowMeanKernels windowMeans = {Mean<double>, Mean<float>, Mean<std::int32_t>,
-                                       MeanResidual, Laplacian,   ClippedMean};
+const WindowMeanKernels windowMeans = {MeanDoubles,  MeanFloats, MeanInts,
+                                       MeanResidual, Laplacian,  ClippedMean};
 
 }  // namespace qv::kernels::QV_KERNEL_ISA

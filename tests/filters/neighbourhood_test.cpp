@@ -267,6 +267,22 @@ TYPED_TEST(EveryType, LargeGrids_AgreeWithTheWindowWalker) {
   CheckAll<TypeParam>(44, 60, 130, Grid<TypeParam>(random, 60, 130, kind));
 }
 
+// Several tiles of running sums, one of them next to a sample that only additions can take.
+TYPED_TEST(EveryType, SeveralTiles_AgreeWithTheWindowWalker) {
+  Random random(8);
+  for (const double missing : {0.0, 0.02}) {
+    const GridKind kind = {.missing = missing, .magnitude = 100};
+    CheckAll<TypeParam>(5, 2100, 9, Grid<TypeParam>(random, 2100, 9, kind));
+    CheckAll<TypeParam>(5, 9, 1100, Grid<TypeParam>(random, 9, 1100, kind));
+    auto samples = Grid<TypeParam>(random, 2100, 9, kind);
+    samples.back() = std::numeric_limits<TypeParam>::max();
+    CheckAll<TypeParam>(7, 2100, 9, samples);
+    samples = Grid<TypeParam>(random, 9, 1100, kind);
+    samples.front() = std::numeric_limits<TypeParam>::min();
+    CheckAll<TypeParam>(6, 9, 1100, samples);
+  }
+}
+
 TYPED_TEST(EveryType, NothingToVisit_WritesNothing) {
   const std::vector<TypeParam> samples(64, TypeParam{3});
   for (const auto& filter : Filters<TypeParam>()) {
@@ -430,6 +446,64 @@ void ExpectOutputs(const std::string& name, int size, int nx, int ny, const std:
       EXPECT_TRUE(SameBits(result.residual.data(), residual.data(), residual.size()));
     }
   });
+}
+
+/// Heights of `digits` binary digits from the first of the largest to the last of the smallest, which is the
+/// unit. In every window of size x size the large ones cancel, and most of the small ones.
+std::vector<float> CancellingHeights(Random& random, int size, int nx, int ny, int digits, double unit) {
+  std::vector<double> large(static_cast<std::size_t>(size), 0.0);
+  for (std::size_t i = 0; i + 1 < large.size(); i += 2) {
+    large[i] = std::ldexp(random.Between(0x800000, 0xFFFFFF), digits - 24);
+    large[i + 1] = -large[i];
+  }
+  std::vector<float> samples;
+  for (int i = 0; i < nx * ny; ++i) {
+    const double small = (i / nx % 2 == 0 ? 1 : -1) * random.Between(0x800000, 0x80000F);
+    const double height = large[static_cast<std::size_t>(i % nx % size)];
+    samples.push_back(static_cast<float>((height == 0 ? small : height) * unit));
+  }
+  return samples;
+}
+
+// Sums that a double cannot carry are exact all the same while their terms have a common unit.
+TEST(FilterMeanf, TermsWithACommonUnit_ExactBits) {
+  Random random(9);
+  for (const auto& [size, digits] : {std::array{5, 51}, {9, 51}, {31, 51}, {65, 50}, {127, 49}}) {
+    for (const double unit : {0x1p-149, 0x1p-40, 1.0, 0x1p70}) {
+      const int nx = size + 20, ny = size + 9, width = nx - size + 1;
+      const auto samples = CancellingHeights(random, size, nx, ny, digits, unit);
+      std::vector<float> means;
+      for (int r = 0; r < ny - size + 1; ++r) {
+        for (int c = 0; c < width; ++c) {
+          std::int64_t sum = 0;
+          for (int i = 0; i < size * size; ++i) {
+            const std::ptrdiff_t row = r + i / size, column = c + i % size;
+            sum += static_cast<std::int64_t>(samples[static_cast<std::size_t>(row * nx + column)] / unit);
+          }
+          means.push_back(static_cast<float>(static_cast<double>(sum) * unit / (size * size)));
+        }
+      }
+      ExpectOutputs<float>("FilterMeanf", size, nx, ny, samples, means);
+      ExpectOutputs<float>("FilterMeanf2", size, nx, ny, samples, means);
+    }
+  }
+}
+
+// From the largest terms whose sums are kept exactly to some too large for that.
+TEST(FilterMeanf, TermsAtTheLimitOfExactSums_AgreeWithTheWindowWalker) {
+  Random random(10);
+  for (const auto& [size, limit] : {std::array{5, 51}, {65, 50}}) {
+    for (int digits = limit - 1; digits <= limit + 4; ++digits) {
+      const int nx = size + 3, ny = size + 2;
+      std::vector<float> samples(static_cast<std::size_t>(nx) * static_cast<std::size_t>(ny));
+      for (float& z : samples)
+        z = std::ldexp(static_cast<float>(random.Between(0xFFFF00, 0xFFFFFF)), digits - 24);
+      samples[samples.size() / 2] = 0x1p23F;  // its last digit is 1
+      CheckAll<float>(size, nx, ny, samples);
+      for (float& z : samples) z = -z;
+      CheckAll<float>(size, nx, ny, samples);
+    }
+  }
 }
 
 const std::vector<float> kNine = {5, 1, 9, 2, 7, 3, 8, 4, 6};
