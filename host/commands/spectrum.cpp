@@ -70,8 +70,8 @@ Json JsonOf(const SpectrumOptions& options, const LoadedMap& loaded, const Spect
                       {"rows", s.rows},
                       {"stepX", s.stepX},
                       {"stepY", s.stepY},
-                      {"highestX", s.columns / 2 * s.stepX},
-                      {"highestY", s.rows / 2 * s.stepY}};
+                      {"highestX", s.columns * s.stepX / 2},
+                      {"highestY", s.rows * s.stepY / 2}};
   json["dominant"] = nullptr;
   if (wave) {
     json["dominant"] = {
