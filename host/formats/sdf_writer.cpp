@@ -14,7 +14,8 @@ constexpr int kDoubles = 7;
 constexpr double kMostBinary = std::numeric_limits<std::uint16_t>::max();
 constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
 
-/// Spacing and heights in metres are these numbers times the scale: as they are in memory, nothing is rounded.
+/// Spacing and heights in metres are these numbers times the scale: as they are in memory, nothing is
+/// rounded.
 struct Scales {
   double x, y, z;
 };

@@ -1,5 +1,5 @@
-// Files that are not in order: every reader says what is wrong, whatever the bytes, and asks for no more memory than they
-// justify.
+// Files that are not in order: every reader says what is wrong, whatever the bytes, and asks for no more
+// memory than they justify.
 #include <gtest/gtest.h>
 #include <random>
 
@@ -80,14 +80,19 @@ Verdict Judge(const std::string& name, const std::string& bytes) {
   }
 }
 
-void ExpectRefused(const std::string& name, const std::string& bytes, ExitCode code, const std::string& says) {
+void ExpectRefused(const std::string& name, const std::string& bytes, ExitCode code,
+                   const std::string& says) {
   const Verdict verdict = Judge(name, bytes);
   EXPECT_EQ(verdict.code, code) << verdict.says;
   EXPECT_NE(verdict.says.find(says), std::string::npos) << verdict.says;
 }
 
 std::string Sample(const std::string& name) {
-  return ReadWholeFile(std::filesystem::path(QV3D_FORMAT_SAMPLES) / name);
+  for (const std::filesystem::path& file : SampleFiles()) {
+    if (file.filename() == name) return ReadWholeFile(file);
+  }
+  ADD_FAILURE() << "no sample " << name;
+  return {};
 }
 
 /// Replaces the first place of a text by one of the same or another length.
@@ -102,12 +107,15 @@ TEST(BadFormats, Sdf_SaysWhatIsWrong) {
   ExpectRefused("a.sdf", "", ExitCode::kCorrupt, "begins with neither");
   ExpectRefused("a.sdf", binary.substr(0, 80), ExitCode::kCorrupt, "80 bytes");
   ExpectRefused("a.sdf", binary.substr(0, binary.size() - 1), ExitCode::kCorrupt, "ends after 14");
-  ExpectRefused("a.sdf", With(ascii, "NumPoints = 5", "NumPoints = 5.5"), ExitCode::kCorrupt, "at least 2 x 2");
-  ExpectRefused("a.sdf", With(ascii, "NumPoints = 5", "NumPoints = 6"), ExitCode::kCorrupt, "only 15 are there");
+  ExpectRefused("a.sdf", With(ascii, "NumPoints = 5", "NumPoints = 5.5"), ExitCode::kCorrupt,
+                "at least 2 x 2");
+  ExpectRefused("a.sdf", With(ascii, "NumPoints = 5", "NumPoints = 6"), ExitCode::kCorrupt,
+                "only 15 are there");
   ExpectRefused("a.sdf", With(ascii, "NumPoints", "NumPonts"), ExitCode::kCorrupt, "\"numpoints\"");
   ExpectRefused("a.sdf", With(ascii, "Xscale = 2.0E-5", "Xscale = 0"), ExitCode::kCorrupt, "scale of 0");
   ExpectRefused("a.sdf", With(ascii, "Zscale = 1.0E-6", "Zscale = 1,0"), ExitCode::kCorrupt, "is no number");
-  ExpectRefused("a.sdf", With(ascii, "Compression = 0", "Compression = 1"), ExitCode::kUnreadable, "compressed");
+  ExpectRefused("a.sdf", With(ascii, "Compression = 0", "Compression = 1"), ExitCode::kUnreadable,
+                "compressed");
   ExpectRefused("a.sdf", With(ascii, "DataType = 7", "DataType = 8"), ExitCode::kCorrupt, "type 8");
   ExpectRefused("a.sdf", With(ascii, "BAD", "WORSE"), ExitCode::kCorrupt, "\"WORSE\" is no sample");
   ExpectRefused("a.sdf", ascii.substr(0, 100), ExitCode::kCorrupt, "asterisk");
@@ -230,10 +238,11 @@ std::vector<std::pair<std::string, std::string>> Boasters() {
           {"a.sdf", With(With(Sample("ascii.sdf"), "NumPoints = 5", "NumPoints = 30000"), "NumProfiles = 3",
                          "NumProfiles = 30000")},
           {"a.gsf", With(With(Sample("plate.gsf"), "XRes = 5", "XRes = 30000"), "YRes = 3", "YRes = 30000")},
-          {"a.bcr", With(With(Sample("plate.bcr"), "xpixels = 5", "xpixels = 30000"), "ypixels = 3", "ypixels = 30000")},
+          {"a.bcr", With(With(Sample("plate.bcr"), "xpixels = 5", "xpixels = 30000"), "ypixels = 3",
+                         "ypixels = 30000")},
           {"a.png", png},
-          {"a.x3p", WriteZip({{"main.xml", With(With(Description("plate.x3p"), "<SizeX>5", "<SizeX>30000"), "<SizeY>3",
-                                                "<SizeY>30000")},
+          {"a.x3p", WriteZip({{"main.xml", With(With(Description("plate.x3p"), "<SizeX>5", "<SizeX>30000"),
+                                                "<SizeY>3", "<SizeY>30000")},
                               {"bindata/data.bin", std::string(100, 'x')}})},
           {"a.x3p", WriteZip({{"main.xml", With(With(Description("listed.x3p"), "<SizeX>5", "<SizeX>30000"),
                                                 "<SizeY>3", "<SizeY>30000")}})},
@@ -260,7 +269,8 @@ TEST(BadFormats, AnnouncedSizes_TakeNoMemory) {
 }
 
 TEST(BadFormats, OverflowingSizes_AreRefused) {
-  for (const char* const size : {"65536", "4294967296", "1e18", "1e300", "nan", "-5", "99999999999999999999"}) {
+  for (const char* const size :
+       {"65536", "4294967296", "1e18", "1e300", "nan", "-5", "99999999999999999999"}) {
     std::string gsf = With(With(Sample("plate.gsf"), "XRes = 5", std::string("XRes = ") + size), "YRes = 3",
                            std::string("YRes = ") + size);
     EXPECT_EQ(Judge("a.gsf", gsf).code, ExitCode::kCorrupt) << size;

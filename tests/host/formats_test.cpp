@@ -1,16 +1,15 @@
-// The table of file formats: what is read of files that others made, and what comes back of those that the program
-// writes, with units, spacing, missing samples and the place of the first row.
-#include "formats/format.h"
-
+// The table of file formats: what is read of files that others made, and what comes back of those that the
+// program writes, with units, spacing, missing samples and the place of the first row.
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
 
+#include "files/mesh_repair.h"
 #include "format_plate.h"
+#include "formats/format.h"
 #include "formats/key_values.h"
 #include "formats/md5.h"
-#include "files/mesh_repair.h"
 #include "plots/image.h"
 
 namespace qv3d {
@@ -68,7 +67,8 @@ TEST(ReadGrid, EverySample_IsThePlate) {
 }
 
 TEST(ReadGrid, UnitAskedFor_IsThatOfTheMap) {
-  const std::map<std::string, double> kPerMicrometre{{"m", 1e-6}, {"mm", 1e-3}, {"nm", 1e3}, {"in", 1e-6 / 0.0254}};
+  const std::map<std::string, double> kPerMicrometre{
+      {"m", 1e-6}, {"mm", 1e-3}, {"nm", 1e3}, {"in", 1e-6 / 0.0254}};
   for (const std::filesystem::path& file : SampleFiles()) {
     SCOPED_TRACE(file.filename());
     if (file.extension() == ".xyz") continue;  // names no unit
@@ -112,13 +112,13 @@ TEST(ReadGrid, SpacingAndScaleAskedFor_OverrideTheFile) {
 }
 
 /// What comes back of a map that is written.
-HeightMap ThereAndBack(const HeightMap& map, const GridFormat& format, const std::string& unit, Origin origin) {
+HeightMap ThereAndBack(const HeightMap& map, const GridFormat& format, const std::string& unit,
+                       Origin origin) {
   const std::string bytes = format.write({map, unit, origin});
   GridReading reading;
   reading.unit = unit;
   if (!format.hasCoordinates) reading.origin = origin;
-  const GridContent content =
-      UnderstandGrid("file", format, bytes, reading);
+  const GridContent content = UnderstandGrid("file", format, bytes, reading);
   EXPECT_TRUE(content.file.remarks.empty());
   return content.map;
 }
@@ -154,8 +154,7 @@ TEST(WriteGrid, FileThatSaysWhereItsFirstRowLies_NeedsNoOption) {
       GridReading reading;
       reading.unit = "um";
       const std::string bytes = format.write({Plate(), "um", origin});
-      ExpectSameMap(UnderstandGrid("file", format, bytes, reading).map, Plate(),
-                    3e-4f);
+      ExpectSameMap(UnderstandGrid("file", format, bytes, reading).map, Plate(), 3e-4f);
     }
   }
 }
@@ -171,7 +170,8 @@ TEST(WriteGrid, FirstRowInTheBytes_IsWhereTheTableSays) {
 }
 
 TEST(WriteGrid, RandomMapsOfManySizes_ComeBack) {
-  for (const auto& [width, height] : {std::pair(2, 2), std::pair(2, 9), std::pair(17, 2), std::pair(64, 33)}) {
+  for (const auto& [width, height] :
+       {std::pair(2, 2), std::pair(2, 9), std::pair(17, 2), std::pair(64, 33)}) {
     HeightMap map;
     map.width = width;
     map.height = height;

@@ -1,4 +1,5 @@
-// Height maps as closed bodies: every side of a triangle has its opposite, and the volume is that of the samples.
+// Height maps as closed bodies: every side of a triangle has its opposite, and the volume is that of the
+// samples.
 #include <array>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -36,7 +37,9 @@ std::vector<Triangle> BodyOf(const HeightMap& map) {
 
 using Corner = std::array<float, 3>;
 
-Corner CornerOf(const Triangle& t, std::size_t k) { return {t[3 * k], t[3 * k + 1], t[3 * k + 2]}; }
+Corner CornerOf(const Triangle& t, std::size_t k) {
+  return {t[3 * k], t[3 * k + 1], t[3 * k + 2]};
+}
 
 void ExpectClosed(const std::vector<Triangle>& triangles) {
   std::map<std::pair<Corner, Corner>, int> sides;
@@ -78,7 +81,8 @@ TEST(WriteSolidStl, WholeMap_IsAClosedBody) {
 TEST(WriteSolidStl, Volume_IsThatOfTheSurface) {
   HeightMap map = Field(6, 4);
   for (int row = 0; row < map.height; ++row) {
-    for (int i = 0; i < map.width; ++i) map.heights[static_cast<std::size_t>(row * map.width + i)] = static_cast<float>(i);
+    for (int i = 0; i < map.width; ++i)
+      map.heights[static_cast<std::size_t>(row * map.width + i)] = static_cast<float>(i);
   }
   const std::vector<Triangle> body = BodyOf(map);
   const double area = 5 * 6, mean = 2.5;
@@ -88,7 +92,8 @@ TEST(WriteSolidStl, Volume_IsThatOfTheSurface) {
 
 TEST(WriteSolidStl, HolesAndTouchingCorners_StayClosed) {
   HeightMap map = Field(9, 7);
-  for (const int hole : {0, 12, 13, 22, 31, 40, 44, 62}) map.heights[static_cast<std::size_t>(hole)] = kMissing;
+  for (const int hole : {0, 12, 13, 22, 31, 40, 44, 62})
+    map.heights[static_cast<std::size_t>(hole)] = kMissing;
   const std::vector<Triangle> body = BodyOf(map);
   ExpectClosed(body);
   EXPECT_GT(VolumeOf(body), 0);
