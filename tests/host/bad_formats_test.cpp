@@ -88,7 +88,11 @@ void ExpectRefused(const std::string& name, const std::string& bytes, ExitCode c
 }
 
 std::string Sample(const std::string& name) {
-  return ReadWholeFile(std::filesystem::path(QV3D_FORMAT_SAMPLES) / name);
+  for (const std::filesystem::path& file : SampleFiles()) {
+    if (file.filename() == name) return ReadWholeFile(file);
+  }
+  ADD_FAILURE() << "no sample " << name;
+  return {};
 }
 
 /// Replaces the first place of a text by one of the same or another length.

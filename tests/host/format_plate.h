@@ -29,8 +29,8 @@ inline HeightMap Plate() {
 
 inline std::vector<std::filesystem::path> SampleFiles() {
   std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::directory_iterator(QV3D_FORMAT_SAMPLES)) {
-    files.push_back(entry.path());
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(QV3D_FORMAT_SAMPLES)) {
+    if (entry.is_regular_file()) files.push_back(entry.path());
   }
   std::sort(files.begin(), files.end());
   return files;

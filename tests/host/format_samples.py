@@ -1,8 +1,10 @@
 """Makes the files of tests/host/data/formats: one small plate in every format that is read, put together byte by byte
-and not by the program's own writers. Run it in that folder to make them anew."""
+and not by the program's own writers. Run it in that folder to make them anew. The folders are named as the formats are
+in the program's table; the fuzz targets begin with them."""
 
 import io
 import math
+import os
 import struct
 import zipfile
 import zlib
@@ -167,13 +169,26 @@ def png():
 
 
 SAMPLES = {
-    "plate.csv": text_matrix, "comma.txt": comma_matrix, "plate.xyz": points, "comma.xyz": comma_points,
-    "ascii.sdf": ascii_sdf, "plate.sdf": binary_sdf, "integer.sdf": integer_sdf, "plate.gsf": gsf, "plate.bcr": bcr,
-    "plate.bcrf": bcrf, "plate.al3d": al3d, "plate.x3p": x3p, "listed.x3p": listed_x3p, "float.tif": float_tiff,
-    "grey.tif": grey_tiff, "plate.png": png,
+    "csv": {"plate.csv": text_matrix, "comma.txt": comma_matrix},
+    "xyz": {"plate.xyz": points, "comma.xyz": comma_points},
+    "sdf": {"ascii.sdf": ascii_sdf, "plate.sdf": binary_sdf, "integer.sdf": integer_sdf},
+    "x3p": {"plate.x3p": x3p, "listed.x3p": listed_x3p},
+    "gsf": {"plate.gsf": gsf},
+    "bcr": {"plate.bcr": bcr, "plate.bcrf": bcrf},
+    "al3d": {"plate.al3d": al3d},
+    "tiff": {"float.tif": float_tiff, "grey.tif": grey_tiff},
+    "png": {"plate.png": png},
 }
 
+
+def all_samples():
+    """Name and bytes of every file."""
+    return {name: make() for files in SAMPLES.values() for name, make in files.items()}
+
+
 if __name__ == "__main__":
-    for name, make in SAMPLES.items():
-        with open(name, "wb") as file:
-            file.write(make())
+    for folder, files in SAMPLES.items():
+        os.makedirs(folder, exist_ok=True)
+        for name, make in files.items():
+            with open(os.path.join(folder, name), "wb") as file:
+                file.write(make())
