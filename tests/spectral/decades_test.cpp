@@ -58,7 +58,8 @@ TEST(Decades, LogarithmsNextToTheMiddleBetweenTwoFloats_NearestFloat) {
   });
 }
 
-// Takes a minute or more, so it is run by hand, with --gtest_also_run_disabled_tests, when the kernel changes.
+// Takes a minute or more, so it is run by hand, with --gtest_also_run_disabled_tests, when the kernel
+// changes.
 TEST(Decades, DISABLED_EveryPositiveFloat_NearestFloat) {
   constexpr std::uint32_t kBlock = 1U << 20, kInfinity = 0x7F800000U;
   std::vector<float> values(kBlock);
