@@ -1,10 +1,8 @@
 // Neighbourhood filters of a 2048 x 2048 grid beside their plain form (every window walked) and OpenCV's
+// filters, which also fill a border and know no missing samples. The argument is the window's size.
 // filters, which also fill a border and know no missing samples. The argument is the window's size. SciPy's
-// rank filters, which only Python reaches, are timed by ranks_peer.py on the same grid.
-#include <algorithm>
+// rank filters, which only Python reaches, are timed by python_peers.py.
 #include <benchmark/benchmark.h>
-#include <cstdio>
-#include <cstdlib>
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
@@ -35,23 +33,6 @@ const std::vector<T>& Clean() {
 }
 const std::vector<float>& WithHoles() {
   static const auto grid = MakeGrid<float>(0.01);
-  return grid;
-}
-
-/// For ranks_peer.py.
-std::vector<float> MakeWrittenGrid() {
-  auto grid = MakeGrid<float>(0);
-  if (const char* path = std::getenv("QV_BENCH_GRID")) {
-    if (std::FILE* file = std::fopen(path, "wb")) {
-      std::fwrite(grid.data(), sizeof(float), grid.size(), file);
-      std::fclose(file);
-    }
-  }
-  return grid;
-}
-template <>
-const std::vector<float>& Clean<float>() {
-  static const auto grid = MakeWrittenGrid();
   return grid;
 }
 

@@ -75,23 +75,25 @@ extern "C" {
 
 /* One vertex of the list of SetVertices: three floats that the library does not read, then the position. */
 typedef struct QV_VertexRecord {
-  float attribute[3];
+  float attribute[3]; /* the host's own */
+  /* the position */
   float x, y, z;
 } QV_VertexRecord;
 
 /* One triangle of a shadow structure: 11 words of 32 bits. The library writes the vertices and neighbours;
  * plane and lit are the host's. */
 typedef struct QV_ShadowTriangle {
-  unsigned vertex[3];
-  float plane[4];
-  int neighbour[3];
-  unsigned lit;
+  unsigned vertex[3]; /* numbers of vertices */
+  float plane[4];     /* the host's, for its test of what faces the light */
+  int neighbour[3];   /* records across the edges a-b, b-c and c-a; -1 for none */
+  unsigned lit;       /* the host's: not 0 for a triangle that faces the light */
 } QV_ShadowTriangle;
 
 /* The triangles of a grid, in an array that the host allocates. The counters are the host's own. */
 typedef struct QV_ShadowStructure {
+  /* the host's own */
   int counter0, counter1;
-  QV_ShadowTriangle* triangles;
+  QV_ShadowTriangle* triangles; /* 2*(width-1)*(height-1) records */
 } QV_ShadowStructure;
 
 /* ====================================================================================================

@@ -58,6 +58,17 @@ TEST(Decades, LogarithmsNextToTheMiddleBetweenTwoFloats_NearestFloat) {
   });
 }
 
+// Takes a minute or more, so it is run by hand, with --gtest_also_run_disabled_tests, when the kernel
+// changes.
+TEST(Decades, DISABLED_EveryPositiveFloat_NearestFloat) {
+  constexpr std::uint32_t kBlock = 1U << 20, kInfinity = 0x7F800000U;
+  std::vector<float> values(kBlock);
+  for (std::uint32_t first = 0; first < kInfinity; first += kBlock) {
+    for (std::uint32_t k = 0; k < kBlock; ++k) values[k] = std::bit_cast<float>(first + k);
+    ASSERT_NO_FATAL_FAILURE(ExpectDecades(values));
+  }
+}
+
 TEST(Decades, PowersOfTen_Whole) {
   qv::test::ForEachVariant([] {
     std::vector<float> values = {1, 10, 100, 1000, 1e4F, 1e5F, 1e6F, 1e7F, 1e8F, 1e9F, 1e10F};
