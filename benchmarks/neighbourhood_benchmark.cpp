@@ -1,5 +1,4 @@
 // Neighbourhood filters of a 2048 x 2048 grid beside their plain form (every window walked) and OpenCV's
-// filters, which also fill a border and know no missing samples. The argument is the window's size.
 // filters, which also fill a border and know no missing samples. The argument is the window's size. SciPy's
 // rank filters, which only Python reaches, are timed by python_peers.py.
 #include <benchmark/benchmark.h>
