@@ -1,5 +1,6 @@
-// Feeds arbitrary bytes to a reader of height maps of the host, QV_FORMAT_ID, and takes what it reads on to heights in
-// memory. With clang's libFuzzer (QV_3D_BUILD_FUZZERS) it searches; with replay_main.cpp it is an ordinary test.
+// Feeds arbitrary bytes to a reader of height maps of the host, QV_FORMAT_ID, and takes what it reads on to
+// heights in memory. With clang's libFuzzer (QV_3D_BUILD_FUZZERS) it searches; with replay_main.cpp it is an
+// ordinary test.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -12,8 +13,10 @@
 namespace {
 
 void RequireInOrder(const qv3d::HeightMap& map) {
-  if (map.width < 2 || map.height < 2 || map.heights.size() != static_cast<std::size_t>(map.Count())) std::abort();
-  if (!(map.xSize > 0) || !(map.ySize > 0) || !std::isfinite(map.xSize) || !std::isfinite(map.ySize)) std::abort();
+  if (map.width < 2 || map.height < 2 || map.heights.size() != static_cast<std::size_t>(map.Count()))
+    std::abort();
+  if (!(map.xSize > 0) || !(map.ySize > 0) || !std::isfinite(map.xSize) || !std::isfinite(map.ySize))
+    std::abort();
   for (const float h : map.heights) {
     if (!std::isfinite(h)) std::abort();
   }
