@@ -125,7 +125,9 @@ class AsciiScanner {
         damaged_ = true;
         return word;
       }
-      if (vertices_ < 3) pending_[static_cast<std::size_t>(3 * vertices_ + i)] = static_cast<float>(value);
+      if (vertices_ < 3)
+        pending_[3 * static_cast<std::size_t>(vertices_) + static_cast<std::size_t>(i)] =
+            static_cast<float>(value);
     }
     scan_.decimalCommas += hasComma;
     ++vertices_;

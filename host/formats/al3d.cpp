@@ -68,7 +68,7 @@ bool IsAl3d(std::string_view bytes) {
   return bytes.substr(0, kMagic.size()) == kMagic;
 }
 
-FileGrid ReadAl3d(const std::string& name, std::string bytes) {
+FileGrid ReadAl3d(const std::string& name, std::string&& bytes) {
   if (!IsAl3d(bytes) || bytes.size() < kMagicBytes) RefuseCorrupt(name, "no AL3D file");
   const KeyValues tags = ReadTags(name, bytes);
   FileGrid grid;

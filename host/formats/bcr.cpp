@@ -94,7 +94,7 @@ bool IsBcr(std::string_view bytes) {
   return begin.rfind("fileformat", 0) == 0 && begin.find("bcr") != std::string::npos;
 }
 
-FileGrid ReadBcr(const std::string& name, std::string bytes) {
+FileGrid ReadBcr(const std::string& name, std::string&& bytes) {
   if (!IsBcr(bytes)) RefuseCorrupt(name, "no BCR file: it does not begin with \"fileformat = bcr\"");
   const bool wide = IsWide(bytes);
   const std::string_view most = std::string_view(bytes).substr(0, std::size_t{2} * 2048);

@@ -41,8 +41,8 @@ struct GridToWrite {
   const float* Row(int fileRow) const;
 };
 
-/// Reads the bytes of a file, whose name is for messages. Throws Failure.
-using GridReader = FileGrid (*)(const std::string& name, std::string bytes);
+/// Reads the bytes of a file, which it may take over; the name is for messages. Throws Failure.
+using GridReader = FileGrid (*)(const std::string& name, std::string&& bytes);
 using GridWriter = std::string (*)(const GridToWrite& grid);
 
 struct GridFormat {

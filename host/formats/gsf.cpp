@@ -36,7 +36,7 @@ bool IsGsf(std::string_view bytes) {
   return bytes.substr(0, kMagic.size()) == kMagic;
 }
 
-FileGrid ReadGsf(const std::string& name, std::string bytes) {
+FileGrid ReadGsf(const std::string& name, std::string&& bytes) {
   if (!IsGsf(bytes)) RefuseCorrupt(name, "no GSF file: its first line is another");
   const std::size_t end = bytes.find('\0');
   if (end == std::string::npos) RefuseCorrupt(name, "the header does not end");

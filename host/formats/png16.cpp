@@ -156,7 +156,7 @@ bool IsPng(std::string_view bytes) {
   return bytes.substr(0, kMagic.size()) == kMagic;
 }
 
-FileGrid ReadGreyPng(const std::string& name, std::string bytes) {
+FileGrid ReadGreyPng(const std::string& name, std::string&& bytes) {
   if (!IsPng(bytes)) RefuseCorrupt(name, "no PNG picture");
   CheckChunks(name, bytes);
   Reading reading;

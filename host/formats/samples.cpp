@@ -79,7 +79,9 @@ const char* NameOf(SampleType type) {
 
 void AppendSamples(std::string_view bytes, std::size_t count, SampleType type, std::endian order,
                    MissingRule missing, std::vector<double>& values) {
-  values.reserve(values.size() + count);
+  // Row by row a grid grows in few steps.
+  if (values.capacity() < values.size() + count)
+    values.reserve(std::max(values.size() + count, 2 * values.size()));
   switch (type) {
     case SampleType::kUint8:
       return Append<std::uint8_t>(bytes, count, order, missing, values);

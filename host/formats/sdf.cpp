@@ -155,7 +155,7 @@ bool IsSdf(std::string_view bytes) {
   return false;
 }
 
-FileGrid ReadSdf(const std::string& name, std::string bytes) {
+FileGrid ReadSdf(const std::string& name, std::string&& bytes) {
   if (!IsSdf(bytes)) RefuseCorrupt(name, "no SDF file: it begins with neither \"aISO-1.0\" nor \"bISO-1.0\"");
   FileGrid grid = bytes.front() == 'a' ? ReadAscii(name, bytes) : ReadBinary(name, bytes);
   if (grid.heightMetres < 0) {

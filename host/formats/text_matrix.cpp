@@ -54,7 +54,7 @@ void AppendRow(const NumberLines& lines, const std::vector<double>& row, FileGri
 
 }  // namespace
 
-FileGrid ReadTextMatrix(const std::string& name, std::string bytes) {
+FileGrid ReadTextMatrix(const std::string& name, std::string&& bytes) {
   NumberLines lines(name, std::move(bytes), kAdvice);
   FileGrid grid;
   grid.kind = "rows of numbers as text";

@@ -127,7 +127,7 @@ bool IsTiff(std::string_view bytes) {
   return false;
 }
 
-FileGrid ReadTiff(const std::string& name, std::string bytes) {
+FileGrid ReadTiff(const std::string& name, std::string&& bytes) {
   if (!IsTiff(bytes)) RefuseCorrupt(name, "no TIFF picture");
   const MemoryTiff file(std::move(bytes), "rm");
   TIFF* const tiff = file.handle();

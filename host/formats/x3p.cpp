@@ -173,7 +173,7 @@ bool IsX3p(std::string_view bytes) {
   return bytes.substr(0, 4) == "PK\x03\x04";
 }
 
-FileGrid ReadX3p(const std::string& name, std::string bytes) {
+FileGrid ReadX3p(const std::string& name, std::string&& bytes) {
   const ZipArchive archive(name, bytes);
   pugi::xml_document document;
   const pugi::xml_node root = Parse(name, archive, document);

@@ -31,7 +31,7 @@ struct Axis {
                 "qv3d points2grid makes a height map of scattered points.");
 }
 
-std::vector<Point> ReadLines(const std::string& name, std::string bytes) {
+std::vector<Point> ReadLines(const std::string& name, std::string&& bytes) {
   NumberLines lines(name, std::move(bytes), "A file of points has x, y and z on every line.");
   std::vector<Point> points;
   for (std::vector<double> row; lines.Next(row);) {
@@ -84,7 +84,7 @@ void PlacePoints(const std::string& name, const std::vector<Point>& points, cons
 
 }  // namespace
 
-FileGrid ReadXyz(const std::string& name, std::string bytes) {
+FileGrid ReadXyz(const std::string& name, std::string&& bytes) {
   const std::vector<Point> points = ReadLines(name, std::move(bytes));
   const Axis x = FindAxis(name, points, 0), y = FindAxis(name, points, 1);
   if (double{1} * x.count * y.count > static_cast<double>(kMostNodesPerPoint * points.size() + kAnyNodes)) {

@@ -113,7 +113,7 @@ def x3p():
     """16-bit integers, and a mask for what is missing."""
     samples = struct.pack("<15h", *[0 if math.isnan(z) else round(z * 4) for z in BOTTOM])
     bits = sum(1 << k for k, z in enumerate(BOTTOM) if not math.isnan(z))
-    axis = "<AxisType>I</AxisType><DataType>I</DataType><Increment>2.5e-7</Increment><Offset>0</Offset>"
+    axis = "<AxisType>A</AxisType><DataType>I</DataType><Increment>2.5e-7</Increment><Offset>0</Offset>"
     link = ("<DataLink><PointDataLink>bindata/data.bin</PointDataLink><ValidPointsLink>bindata/valid.bin</ValidPointsLink>"
             "</DataLink>")
     return archive({"main.xml": x3p_description(axis, link), "bindata/data.bin": samples,

@@ -80,10 +80,7 @@ TEST(WriteSolidStl, WholeMap_IsAClosedBody) {
 
 TEST(WriteSolidStl, Volume_IsThatOfTheSurface) {
   HeightMap map = Field(6, 4);
-  for (int row = 0; row < map.height; ++row) {
-    for (int i = 0; i < map.width; ++i)
-      map.heights[static_cast<std::size_t>(row * map.width + i)] = static_cast<float>(i);
-  }
+  for (std::size_t k = 0; k < map.heights.size(); ++k) map.heights[k] = static_cast<float>(k % 6);
   const std::vector<Triangle> body = BodyOf(map);
   const double area = 5 * 6, mean = 2.5;
   EXPECT_NEAR(VolumeOf(body), area * (mean - BaseOf(body)), 1e-4);
