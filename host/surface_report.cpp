@@ -81,6 +81,11 @@ std::vector<TableRow> NumbersOf(const SurfaceReport& r, const HeightMap& whole) 
   } catch (const Failure&) {
     rows.push_back({"Sal, Str", "-", "the surface is flat"});
   }
+  if (CountMissing(r.state.map) > 0) {
+    for (TableRow& row : rows) {
+      if (row.name == "Sal" || row.name == "Str") row.meaning += "; missing samples filled from around";
+    }
+  }
   return rows;
 }
 
