@@ -22,7 +22,8 @@ namespace qv3d {
 namespace {
 
 /// Of pictures that stand side by side: smaller, so that their text is not.
-constexpr int kHalfWidth = 800, kHalfHeight = 480, kHalfMapHeight = 640;
+constexpr int kHalfWidth = 800, kHalfHeight = 600;
+constexpr int kSectionWidth = 1100, kSectionHeight = 500;
 constexpr int kClasses = 100, kBearingSteps = 400, kContours = 12;
 constexpr double kDecades = 4;
 
@@ -79,6 +80,11 @@ std::vector<TableRow> NumbersOf(const SurfaceReport& r, const HeightMap& whole) 
                     "texture aspect: fastest over slowest decay"});
   } catch (const Failure&) {
     rows.push_back({"Sal, Str", "-", "the surface is flat"});
+  }
+  if (CountMissing(r.state.map) > 0) {
+    for (TableRow& row : rows) {
+      if (row.name == "Sal" || row.name == "Str") row.meaning += "; missing samples filled from around";
+    }
   }
   return rows;
 }
@@ -149,7 +155,7 @@ std::vector<ReportPicture> DrawnPictures(const SurfaceReport& r, const Offscreen
     const bool half = view.style == Style::kMap;
     if (half) {
       options.width = kHalfWidth;
-      options.height = kHalfMapHeight;
+      options.height = kHalfHeight;
     }
     const Picture picture = DrawPicture(context, r.state.map, options);
     pictures.push_back({view.title, view.caption, "", EncodePng(picture.image), half});
@@ -203,9 +209,12 @@ ReportPicture SectionPicture(const HeightMap& map, bool alongX, const std::strin
   const Profile profile = ProfileOf(map, request);
   const std::string place = fmt::format("{} = {}", alongX ? "y" : "x", FormatLength(at, HandyUnit(unit, at)));
   Plot plot = SectionPlot(map, alongX, profile, unit);
+  plot.title = alongX ? "Section along x" : "Section along y";
   plot.subtitle = place;
-  return HalfPlot(plot, alongX ? "Section along x" : "Section along y",
-                  fmt::format("Through the middle, at {}. Gaps are missing samples.", place));
+  plot.width = kSectionWidth;
+  plot.height = kSectionHeight;
+  return {plot.title, fmt::format("Through the middle, at {}. Gaps are missing samples.", place), "",
+          SvgOf(plot)};
 }
 
 ReportPicture SpectrumPicture(const HeightMap& whole, bool wasFilled, const std::string& unit) {
