@@ -1,13 +1,15 @@
 #include "kernels/rank_lists.h"
 #include "kernels/rank_networks.h"
 #include "kernels/rank_sets.h"
+#include "kernels/streaming.h"
 
 namespace qv::kernels::QV_KERNEL_ISA {
 
 namespace {
 
 /// Where results go: the sample found, or with it its difference from the centre. Expect() asks for the lines
-/// in advance: stores that wait for theirs hold up all that come after them.
+/// in advance: stores that wait for theirs hold up all that come after them. EndRow() follows the last result
+/// of a row of a strip.
 template <class T>
 struct SampleOutput {
   T* out;
@@ -25,6 +27,7 @@ struct SampleOutput {
     const auto bits = RankKey<T>::BitsOf(keys);
     __builtin_memcpy(out + y * columns + x, &bits, sizeof bits);
   }
+  void EndRow(std::ptrdiff_t /*y*/, std::ptrdiff_t /*x*/, std::ptrdiff_t /*count*/) const {}
 };
 struct ResidualOutput {
   const float* firstCentre;
@@ -48,11 +51,34 @@ struct ResidualOutput {
     Ask<1>(residual + y * columns + x, count);
   }
   void Put(std::ptrdiff_t y, std::ptrdiff_t x, const Ints& keys) const {
+    const std::ptrdiff_t at = y * columns + x;
+    PutAt(firstCentre + y * nx + x, keys, out + at, residual + at);
+  }
+  void EndRow(std::ptrdiff_t /*y*/, std::ptrdiff_t /*x*/, std::ptrdiff_t /*count*/) const {}
+
+  QV_INLINE void PutAt(const float* centre, const Ints& keys, float* toOut, float* toResidual) {
     const Floats found = reinterpret_cast<Floats>(RankKey<float>::BitsOf(keys));
-    const Floats difference = Load(firstCentre + y * nx + x) - found;
+    const Floats difference = Load(centre) - found;
     const Ints used = Used(found);
-    Store(out + y * columns + x, used ? found : Floats{} + kBad);
-    Store(residual + y * columns + x, used ? CanonicalVector(difference) : Floats{} + kBad);
+    Store(toOut, used ? found : Floats{} + kBad);
+    Store(toResidual, used ? CanonicalVector(difference) : Floats{} + kBad);
+  }
+};
+
+/// As ResidualOutput, for more results than the caches hold: collects the row of a strip first.
+struct StreamedResidualOutput {
+  static constexpr std::ptrdiff_t kStrip = 512;  ///< with the sorted rows it fits the first-level cache
+  ResidualOutput to;
+  float* row;  ///< two rows of a strip
+
+  void Put(std::ptrdiff_t y, std::ptrdiff_t x, const Ints& keys) const {
+    float* place = row + x % kStrip;
+    ResidualOutput::PutAt(to.firstCentre + y * to.nx + x, keys, place, place + kStrip + kLanes);
+  }
+  void Expect(std::ptrdiff_t /*y*/, std::ptrdiff_t /*x*/, std::ptrdiff_t /*count*/) const {}
+  void EndRow(std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count) const {
+    Stream(row, to.out + y * to.columns + x, count);
+    Stream(row + kStrip + kLanes, to.residual + y * to.columns + x, count);
   }
 };
 
@@ -95,7 +121,7 @@ template <int kRank, class T, class Output>
 void RankOfNine(const RankWindow& ranked, const T* in, const Output& output) {
   using Key = typename RankKey<T>::Key;
   using Vector = typename VectorOf<Key>::Type;
-  constexpr std::ptrdiff_t kStrip = 1024, kCount = VectorOf<Key>::kCount;
+  constexpr std::ptrdiff_t kStrip = StreamedResidualOutput::kStrip, kCount = VectorOf<Key>::kCount;
   constexpr int kKept = kRank == 1 ? 2 : 3;
   const std::ptrdiff_t nx = ranked.window.nx, columns = nx - 2, rows = ranked.window.ny - 2;
   const std::ptrdiff_t pitch = kStrip + kCount;
@@ -125,6 +151,7 @@ void RankOfNine(const RankWindow& ranked, const T* in, const Output& output) {
         const auto a = LoadPlanes<kKept>(first + at, pitch), b = LoadPlanes<kKept>(second + at, pitch);
         output.Put(y - 2, x + at, OfThree<kRank>(a, b, c));
       }
+      if (y >= 2) output.EndRow(y - 2, x, count);
     }
   }
 }
@@ -194,6 +221,13 @@ void Rank(const RankWindow& ranked, const T* in, const Output& output) {
   }
 }
 
+/// Twice as many floats are more than caches hold that one program can count on.
+inline constexpr std::ptrdiff_t kManyResults = 2 << 20;
+
+bool IsMedianOfNine(const RankWindow& ranked) {
+  return ranked.window.half == 1 && ranked.fullRows == 3 && ranked.rank == 4;
+}
+
 template <class T>
 void RankSamples(const RankWindow& ranked, const T* in, T* out) {
   Rank(ranked, in, SampleOutput<T>{out, ranked.window.nx - 2 * ranked.window.half});
@@ -201,8 +235,18 @@ void RankSamples(const RankWindow& ranked, const T* in, T* out) {
 
 void RankResidual(const RankWindow& ranked, const float* in, float* out, float* residual) {
   const Window& window = ranked.window;
+  const std::ptrdiff_t columns = window.nx - 2 * window.half, rows = window.ny - 2 * window.half;
   const float* centre = in + window.half * window.nx + window.half;
-  Rank(ranked, in, ResidualOutput{centre, window.nx, out, residual, window.nx - 2 * window.half});
+  const ResidualOutput output{centre, window.nx, out, residual, columns};
+  // Other windows take longer than their results.
+  if (kCanStream && IsMedianOfNine(ranked) && columns >= kLanes && rows >= kManyResults / columns) {
+    Scratch<float> row(2 * (StreamedResidualOutput::kStrip + kLanes));
+    if (row.Data() == nullptr) return;
+    RankOfNine<4>(ranked, in, StreamedResidualOutput{output, row.Data()});
+    EndStreaming();
+  } else {
+    Rank(ranked, in, output);
+  }
 }
 
 }  // namespace

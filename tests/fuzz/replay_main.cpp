@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/fuzz/hostile_inputs.h"
+#include "hostile_inputs.h"
 
 // NOLINTNEXTLINE(readability-identifier-naming): libFuzzer's name
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
