@@ -1,6 +1,6 @@
-// Results on their way past the caches. An ordinary store first reads the line that it changes; where a filter
-// writes more than the caches hold, that is a third of all that goes to and from memory. Only for kernel files;
-// everything here lives in the namespace of the instruction set.
+// Results on their way past the caches. An ordinary store first reads the line that it changes; where a
+// filter writes more than the caches hold, that is a third of all that goes to and from memory. Only for
+// kernel files; everything here lives in the namespace of the instruction set.
 #pragma once
 
 #include <cstddef>
@@ -32,7 +32,8 @@ QV_INLINE void StreamLine(float* to, const Floats& line) {
 
 /// Copies samples to a place of any alignment.
 QV_INLINE void Stream(const float* from, float* to, std::ptrdiff_t count) {
-  const auto behind = static_cast<std::ptrdiff_t>(reinterpret_cast<std::uintptr_t>(to) / sizeof(float)) % kLanes;
+  const auto behind =
+      static_cast<std::ptrdiff_t>(reinterpret_cast<std::uintptr_t>(to) / sizeof(float)) % kLanes;
   std::ptrdiff_t i = behind == 0 ? 0 : kLanes - behind;
   if (i > count) i = count;
   __builtin_memcpy(to, from, static_cast<std::size_t>(i) * sizeof(float));
