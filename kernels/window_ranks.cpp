@@ -235,11 +235,12 @@ void RankSamples(const RankWindow& ranked, const T* in, T* out) {
 
 void RankResidual(const RankWindow& ranked, const float* in, float* out, float* residual) {
   const Window& window = ranked.window;
-  const std::ptrdiff_t columns = window.nx - 2 * window.half, rows = window.ny - 2 * window.half;
+  const std::ptrdiff_t columns = window.nx - 2 * window.half;
   const float* centre = in + window.half * window.nx + window.half;
   const ResidualOutput output{centre, window.nx, out, residual, columns};
   // Other windows take longer than their results.
-  if (kCanStream && IsMedianOfNine(ranked) && columns >= kLanes && rows >= kManyResults / columns) {
+  if (kCanStream && IsMedianOfNine(ranked) && columns >= kLanes &&
+      window.ny - 2 * window.half >= kManyResults / columns) {
     Scratch<float> row(2 * (StreamedResidualOutput::kStrip + kLanes));
     if (row.Data() == nullptr) return;
     RankOfNine<4>(ranked, in, StreamedResidualOutput{output, row.Data()});
