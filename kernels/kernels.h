@@ -273,6 +273,8 @@ struct OcclusionNode {
   float normal[3];
   float least, most;  ///< of the products of normal and corners, rounding included
 };
+/// What rounding may do to a product of three pairs, as a share of it: the margin of slabs and of rays.
+inline constexpr float kOcclusionRounding = 1e-6F;
 /// No tree is deeper.
 inline constexpr int kOcclusionTreeDepth = 96;
 

@@ -63,19 +63,16 @@ QV_INLINE Floats Inverse(const Floats& d) {
   return 1.0F / (magnitude < tiny ? tiny : d);
 }
 
-/// What rounding may do to a product of three pairs, as a share of it.
-constexpr float kRounding = 1e-6F;
-
 /// The rays that pass a node's slab between two of their distances. No division: all rays start at one point.
 QV_INLINE unsigned InSlab(const OcclusionNode& node, const OcclusionView& view, const Packet& rays,
                           const Floats& enter, const Floats& leave) {
   const float* o = view.origin;
   const float* n = node.normal;
   const float x = o[0] * n[0], y = o[1] * n[1], z = o[2] * n[2];
-  const float margin = kRounding * (Magnitude(x) + Magnitude(y) + Magnitude(z));
+  const float margin = kOcclusionRounding * (Magnitude(x) + Magnitude(y) + Magnitude(z));
   const float least = node.least - (x + y + z) - margin, most = node.most - (x + y + z) + margin;
   const Floats slope = rays.x * n[0] + rays.y * n[1] + rays.z * n[2];
-  const Floats first = enter * slope, last = leave * slope, slack = leave * kRounding;
+  const Floats first = enter * slope, last = leave * slope, slack = leave * kOcclusionRounding;
   return NotAbove(Smaller(first, last), most + slack) & NotAbove(least - slack, Larger(first, last));
 }
 

@@ -73,12 +73,6 @@ struct FirstLargest {
     return b > a ? b : a;
   }
 };
-struct Either {
-  template <class T>
-  QV_INLINE T Of(T a, T b) {
-    return static_cast<T>(a | b);
-  }
-};
 
 /// Takes the rows of a grid one after the other and gives the statistic of every window that ends in the row:
 /// along the row first, then down the columns, so that of equal samples the first in row order can win.

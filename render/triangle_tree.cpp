@@ -254,9 +254,8 @@ class SlabFinder {
       node.most = std::max(node.most, x + y + z);
       largest = std::max(largest, std::fabs(x) + std::fabs(y) + std::fabs(z));
     }
-    constexpr float kRounding = 1e-6F;
-    node.least -= kRounding * largest;
-    node.most += kRounding * largest;
+    node.least -= kernels::kOcclusionRounding * largest;
+    node.most += kernels::kOcclusionRounding * largest;
   }
 
   const std::vector<float>& corners_;
