@@ -1,15 +1,13 @@
 #include "kernels/rank_lists.h"
 #include "kernels/rank_networks.h"
 #include "kernels/rank_sets.h"
-#include "kernels/streaming.h"
 
 namespace qv::kernels::QV_KERNEL_ISA {
 
 namespace {
 
 /// Where results go: the sample found, or with it its difference from the centre. Expect() asks for the lines
-/// in advance: stores that wait for theirs hold up all that come after them. EndRow() follows the last result
-/// of a row of a strip.
+/// in advance: stores that wait for theirs hold up all that come after them.
 template <class T>
 struct SampleOutput {
   T* out;
@@ -27,7 +25,6 @@ struct SampleOutput {
     const auto bits = RankKey<T>::BitsOf(keys);
     __builtin_memcpy(out + y * columns + x, &bits, sizeof bits);
   }
-  void EndRow(std::ptrdiff_t /*y*/, std::ptrdiff_t /*x*/, std::ptrdiff_t /*count*/) const {}
 };
 struct ResidualOutput {
   const float* firstCentre;
@@ -52,33 +49,11 @@ struct ResidualOutput {
   }
   void Put(std::ptrdiff_t y, std::ptrdiff_t x, const Ints& keys) const {
     const std::ptrdiff_t at = y * columns + x;
-    PutAt(firstCentre + y * nx + x, keys, out + at, residual + at);
-  }
-  void EndRow(std::ptrdiff_t /*y*/, std::ptrdiff_t /*x*/, std::ptrdiff_t /*count*/) const {}
-
-  QV_INLINE void PutAt(const float* centre, const Ints& keys, float* toOut, float* toResidual) {
     const Floats found = reinterpret_cast<Floats>(RankKey<float>::BitsOf(keys));
-    const Floats difference = Load(centre) - found;
+    const Floats difference = Load(firstCentre + y * nx + x) - found;
     const Ints used = Used(found);
-    Store(toOut, used ? found : Floats{} + kBad);
-    Store(toResidual, used ? CanonicalVector(difference) : Floats{} + kBad);
-  }
-};
-
-/// As ResidualOutput, for more results than the caches hold: collects the row of a strip first.
-struct StreamedResidualOutput {
-  static constexpr std::ptrdiff_t kStrip = 512;  ///< with the sorted rows it fits the first-level cache
-  ResidualOutput to;
-  float* row;  ///< two rows of a strip
-
-  void Put(std::ptrdiff_t y, std::ptrdiff_t x, const Ints& keys) const {
-    float* place = row + x % kStrip;
-    ResidualOutput::PutAt(to.firstCentre + y * to.nx + x, keys, place, place + kStrip + kLanes);
-  }
-  void Expect(std::ptrdiff_t /*y*/, std::ptrdiff_t /*x*/, std::ptrdiff_t /*count*/) const {}
-  void EndRow(std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count) const {
-    Stream(row, to.out + y * to.columns + x, count);
-    Stream(row + kStrip + kLanes, to.residual + y * to.columns + x, count);
+    Store(out + at, used ? found : Floats{} + kBad);
+    Store(residual + at, used ? CanonicalVector(difference) : Floats{} + kBad);
   }
 };
 
@@ -116,16 +91,16 @@ void RankByLists(const RankWindow& ranked, const T* in, const Output& output) {
   }
 }
 
-/// Sorted rows of three samples, three of them for every window.
+/// Sorted rows of three samples, three of them for every window. A row replaces the one before the last where
+/// that has just been read, so that a wide strip stays in the first-level cache.
 template <int kRank, class T, class Output>
-void RankOfNine(const RankWindow& ranked, const T* in, const Output& output) {
+void RankOfNine(const RankWindow& ranked, const T* in, Output output) {
   using Key = typename RankKey<T>::Key;
   using Vector = typename VectorOf<Key>::Type;
-  constexpr std::ptrdiff_t kStrip = StreamedResidualOutput::kStrip, kCount = VectorOf<Key>::kCount;
+  constexpr std::ptrdiff_t kStrip = 768, kCount = VectorOf<Key>::kCount, kPitch = kStrip + kCount;
   constexpr int kKept = kRank == 1 ? 2 : 3;
   const std::ptrdiff_t nx = ranked.window.nx, columns = nx - 2, rows = ranked.window.ny - 2;
-  const std::ptrdiff_t pitch = kStrip + kCount;
-  Scratch<Key> memory(3 * kKept * pitch);
+  Scratch<Key> memory(2 * kKept * kPitch);
   if (memory.Data() == nullptr) return;
   const auto load = [](const T* from) __attribute__((always_inline)) {
     Vector bits;
@@ -136,22 +111,20 @@ void RankOfNine(const RankWindow& ranked, const T* in, const Output& output) {
     const std::ptrdiff_t count = Min(kStrip, columns - x);
     for (std::ptrdiff_t y = 0; y < ranked.window.ny; ++y) {
       const T* from = in + y * nx + x;
-      Key* own = memory.Data() + y % 3 * kKept * pitch;
-      const Key* first = memory.Data() + (y + 1) % 3 * kKept * pitch;
-      const Key* second = memory.Data() + (y + 2) % 3 * kKept * pitch;
+      Key* own = memory.Data() + y % 2 * kKept * kPitch;
+      const Key* before = memory.Data() + (y + 1) % 2 * kKept * kPitch;
       const std::ptrdiff_t nextIn = y + 1 < ranked.window.ny ? nx : 0, nextOut = Max(0, Min(y - 1, rows - 1));
       for (std::ptrdiff_t i = 0; i < count; i += kCount) {
+        // The last vector begins early, in samples that others have done, but has sorted rows of its own.
         const std::ptrdiff_t at = Min(i, count - kCount);
         Ask<0>(from + nextIn + at, kCount);
         output.Expect(nextOut, x + at, kCount);
+        const auto a = LoadPlanes<kKept>(own + i, kPitch), b = LoadPlanes<kKept>(before + i, kPitch);
         const auto c =
             Smallest<kKept>(Merged(load(from + at), Merged(load(from + at + 1), load(from + at + 2))));
-        StorePlanes(own + at, pitch, c);
-        if (y < 2) continue;
-        const auto a = LoadPlanes<kKept>(first + at, pitch), b = LoadPlanes<kKept>(second + at, pitch);
-        output.Put(y - 2, x + at, OfThree<kRank>(a, b, c));
+        StorePlanes(own + i, kPitch, c);
+        if (y >= 2) output.Put(y - 2, x + at, OfThree<kRank>(a, b, c));
       }
-      if (y >= 2) output.EndRow(y - 2, x, count);
     }
   }
 }
@@ -221,13 +194,6 @@ void Rank(const RankWindow& ranked, const T* in, const Output& output) {
   }
 }
 
-/// Twice as many floats are more than caches hold that one program can count on.
-inline constexpr std::ptrdiff_t kManyResults = 2 << 20;
-
-bool IsMedianOfNine(const RankWindow& ranked) {
-  return ranked.window.half == 1 && ranked.fullRows == 3 && ranked.rank == 4;
-}
-
 template <class T>
 void RankSamples(const RankWindow& ranked, const T* in, T* out) {
   Rank(ranked, in, SampleOutput<T>{out, ranked.window.nx - 2 * ranked.window.half});
@@ -235,19 +201,8 @@ void RankSamples(const RankWindow& ranked, const T* in, T* out) {
 
 void RankResidual(const RankWindow& ranked, const float* in, float* out, float* residual) {
   const Window& window = ranked.window;
-  const std::ptrdiff_t columns = window.nx - 2 * window.half;
   const float* centre = in + window.half * window.nx + window.half;
-  const ResidualOutput output{centre, window.nx, out, residual, columns};
-  // Other windows take longer than their results.
-  if (kCanStream && IsMedianOfNine(ranked) && columns >= kLanes &&
-      window.ny - 2 * window.half >= kManyResults / columns) {
-    Scratch<float> row(2 * (StreamedResidualOutput::kStrip + kLanes));
-    if (row.Data() == nullptr) return;
-    RankOfNine<4>(ranked, in, StreamedResidualOutput{output, row.Data()});
-    EndStreaming();
-  } else {
-    Rank(ranked, in, output);
-  }
+  Rank(ranked, in, ResidualOutput{centre, window.nx, out, residual, window.nx - 2 * window.half});
 }
 
 }  // namespace
