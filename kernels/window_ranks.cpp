@@ -166,7 +166,25 @@ void RankBySets(const RankWindow& ranked, const T* in, const Output& output) {
       [&](std::ptrdiff_t y, std::ptrdiff_t x, typename RankKey<T>::Key key) { output.Put(y, x, &key, 1); });
 }
 
+// Without a minimum of integers, longer lists are no faster than sets, and take a compiler most of a minute.
+#if defined(__AVX2__)
+inline constexpr int kLongestList = 32;
+#else
+inline constexpr int kLongestList = 8;
+#endif
+
 /// Lists cost by their length, sets by the window's side.
+template <int kLength, class T, class Output>
+void RankByListsOrSets(const RankWindow& ranked, const T* in, const Output& output) {
+  if constexpr (kLength > kLongestList) {
+    RankBySets(ranked, in, output);
+  } else if (ranked.rank < kLength) {
+    RankByLists<kLength>(ranked, in, output);
+  } else {
+    RankByListsOrSets<2 * kLength>(ranked, in, output);
+  }
+}
+
 template <class T, class Output>
 void Rank(const RankWindow& ranked, const T* in, const Output& output) {
   const bool odd = ranked.fullRows == 2 * ranked.window.half + 1;
@@ -179,18 +197,8 @@ void Rank(const RankWindow& ranked, const T* in, const Output& output) {
     RankByNetwork<5, 2>(ranked, in, output);
   } else if (odd && ranked.fullRows == 5 && ranked.rank == 12) {
     RankByNetwork<5, 12>(ranked, in, output);
-  } else if (ranked.rank < 2) {
-    RankByLists<2>(ranked, in, output);
-  } else if (ranked.rank < 4) {
-    RankByLists<4>(ranked, in, output);
-  } else if (ranked.rank < 8) {
-    RankByLists<8>(ranked, in, output);
-  } else if (ranked.rank < 16) {
-    RankByLists<16>(ranked, in, output);
-  } else if (ranked.rank < 32) {
-    RankByLists<32>(ranked, in, output);
   } else {
-    RankBySets(ranked, in, output);
+    RankByListsOrSets<2>(ranked, in, output);
   }
 }
 
