@@ -5,9 +5,9 @@
 #include <cmath>
 #include <fmt/format.h>
 
-#include "commands/options.h"
+#include "commands/basic_options.h"
 #include "failure.h"
-#include "report.h"
+#include "json.h"
 
 namespace qv3d {
 namespace {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -62,10 +63,10 @@ TEST(RunInChild, OutputErrorsAndStatus_Arrive) {
   const std::string large(3000000, 'x');
   const ChildOutcome outcome = RunInChild(
       {},
-      [&](int out) {
+      [&](const Reporter& report) {
         std::fputs("to stdout\n", stdout);
         std::fputs("to stderr\n", stderr);
-        return WriteAll(out, large.data(), large.size()) ? 7 : 1;
+        return report(large.data(), large.size()) ? 7 : 1;
       },
       IgnoreTick);
   EXPECT_EQ(outcome.end, ChildOutcome::End::kExited);
@@ -76,13 +77,14 @@ TEST(RunInChild, OutputErrorsAndStatus_Arrive) {
 
 TEST(RunInChild, ExitAndSignal_AreTold) {
   const ChildOutcome exited = RunInChild(
-      {}, [](int) -> int { std::exit(-1); }, IgnoreTick);
+      {}, [](const Reporter&) -> int { std::exit(-1); }, IgnoreTick);
   EXPECT_EQ(exited.end, ChildOutcome::End::kExited);
   EXPECT_EQ(exited.code, 255);
   const ChildOutcome killed = RunInChild(
-      {}, [](int) -> int { return raise(SIGKILL); }, IgnoreTick);
+      {}, [](const Reporter&) -> int { return raise(SIGKILL); }, IgnoreTick);
   EXPECT_EQ(killed.end, ChildOutcome::End::kSignalled);
   EXPECT_EQ(killed.code, SIGKILL);
+  EXPECT_EQ(killed.signal, strsignal(SIGKILL));
 }
 
 TEST(RunInChild, Endless_IsStoppedInTime) {
@@ -90,7 +92,7 @@ TEST(RunInChild, Endless_IsStoppedInTime) {
   limits.timeoutSeconds = 0.2;
   const ChildOutcome outcome = RunInChild(
       limits,
-      [](int) -> int {
+      [](const Reporter&) -> int {
         for (;;) pause();
       },
       IgnoreTick);
@@ -102,7 +104,7 @@ TEST(RunInChild, BytesThatTheChildReads_AreTold) {
   std::uint64_t most = 0;
   const ChildOutcome outcome = RunInChild(
       {},
-      [](int) -> int {
+      [](const Reporter&) -> int {
         std::vector<char> bytes(kBytes);
         std::FILE* zeros = std::fopen("/dev/zero", "rb");
         const bool complete = std::fread(bytes.data(), 1, kBytes, zeros) == kBytes;
