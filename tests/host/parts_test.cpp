@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -11,6 +12,8 @@
 #include "drawing/camera.h"
 #include "drawing/colour_map.h"
 #include "failure.h"
+#include "files/temporary_file.h"
+#include "files/whole_file.h"
 #include "import/child_process.h"
 #include "import/safe_import.h"
 #include "import/sample_part.h"
@@ -115,6 +118,26 @@ TEST(RunInChild, BytesThatTheChildReads_AreTold) {
   EXPECT_EQ(outcome.code, 0);
   EXPECT_GE(most, kBytes);
   EXPECT_LT(most, 2 * kBytes);
+}
+
+TEST(TemporaryFile, Several_HaveFoldersOfTheirOwnAndGo) {
+  namespace fs = std::filesystem;
+  fs::path first, second;
+  {
+    const TemporaryFile a = TemporaryFile::Create();
+    TemporaryFile b = TemporaryFile::Create();
+    const TemporaryFile moved = std::move(b);
+    first = a.path();
+    second = moved.path();
+    EXPECT_NE(first.parent_path(), second.parent_path());
+    for (const fs::path& path : {first, second}) {
+      EXPECT_EQ(fs::status(path.parent_path()).permissions(), fs::perms::owner_all);
+      WriteWholeFile(path, "bytes");
+      EXPECT_EQ(ReadWholeFile(path), "bytes");
+    }
+  }
+  EXPECT_FALSE(fs::exists(first.parent_path()));
+  EXPECT_FALSE(fs::exists(second.parent_path()));
 }
 
 TEST(HandyUnit, Lengths_GetHandyUnits) {

@@ -1,5 +1,5 @@
+#include "drawing/hidden_window.h"
 #include "exports/QV_3D.h"
-#include "host/drawing/hidden_window.h"
 #include "tests/support/offscreen_context.h"
 
 namespace qv::test {
