@@ -162,9 +162,9 @@ TEST(Camera, AllPoints_LieInTheAreaAndTouchIt) {
   std::vector<Point> corners;
   for (int i = 0; i < 8; ++i) corners.push_back({i & 1 ? 5. : -5., i & 2 ? 3. : -3., i & 4 ? 1. : -1.});
   const Rectangle area{100, 50, 600, 400};
-  for (double azimuth = -180; azimuth < 180; azimuth += 30) {
+  for (int azimuth = -180; azimuth < 180; azimuth += 30) {
     for (double elevation : {5.0, 35.0, 90.0}) {
-      const Camera camera({azimuth, elevation, 1}, corners, area, 800, 600);
+      const Camera camera({double(azimuth), elevation, 1}, corners, area, 800, 600);
       double left = 1e9, right = -1e9, top = 1e9, bottom = -1e9;
       for (const Point& p : corners) {
         const auto at = camera.Project(p);
