@@ -5,30 +5,26 @@
 #include <exception>
 #include <fmt/format.h>
 #include <new>
-#include <nlohmann/json.hpp>
 
 #include "commands/commands.h"
+#include "json.h"
 
 namespace qv3d {
 namespace {
 
-constexpr const char* kDescription =
-    "Measures and draws surfaces given as meshes.\n"
-    "A mesh is converted to a height map (seen along z), levelled, measured and drawn; no display is needed.";
-
 constexpr const char* kFooter =
     "Exit status: 0 done, 1 wrong usage, 2 a file cannot be read or written, 3 a file is corrupt,\n"
     "4 the result cannot be computed.\n"
-    "Start with: qv3d demo";
+    "Start with: qv3d ";
 
 ExitCode Report(const Failure& failure, bool json) {
   fmt::print(stderr, "qv3d: {}\n", failure.what());
   if (!failure.advice().empty()) fmt::print(stderr, "qv3d: {}\n", failure.advice());
   if (json && failure.code() != ExitCode::kUsage && failure.printed() == Printed::kNothing) {
-    const nlohmann::ordered_json error = {{"error",
-                                           {{"exitCode", static_cast<int>(failure.code())},
-                                            {"message", failure.what()},
-                                            {"advice", failure.advice()}}}};
+    const Json error = {{"error",
+                         {{"exitCode", static_cast<int>(failure.code())},
+                          {"message", failure.what()},
+                          {"advice", failure.advice()}}}};
     fmt::print("{}\n", error.dump(2));
   }
   return failure.code();
@@ -37,33 +33,14 @@ ExitCode Report(const Failure& failure, bool json) {
 }  // namespace
 
 ExitCode RunCommandLine(int argc, char** argv) {
-  CLI::App app(kDescription, "qv3d");
-  app.footer(kFooter);
+  const Program& program = ThisProgram();
+  CLI::App app(program.description, "qv3d");
+  app.footer(std::string(kFooter) + program.firstCommand);
   app.require_subcommand(1);
   app.set_version_flag("--version", fmt::format("qv3d {}.{}.{}", QV_3D_VERSION_MAJOR, QV_3D_VERSION_MINOR,
                                                 QV_3D_VERSION_PATCH));
   Invocation invocation;
-  AddDemo(app, invocation);
-  AddInfo(app, invocation);
-  AddStats(app, invocation);
-  AddMesh2Grid(app, invocation);
-  AddConvert(app, invocation);
-  AddPoints2Grid(app, invocation);
-  AddRender(app, invocation);
-  AddSpectrum(app, invocation);
-  AddAutocorrelate(app, invocation);
-  AddFftFilter(app, invocation);
-  AddFilter(app, invocation);
-  AddPick(app, invocation);
-  AddGallery(app, invocation);
-  AddContour(app, invocation);
-  AddSection(app, invocation);
-  AddCut(app, invocation);
-  AddRoundness(app, invocation);
-  AddResample(app, invocation);
-  AddPipe(app, invocation);
-  AddReport(app, invocation);
-  AddSelftest(app, invocation);
+  for (const AddCommand add : program.commands) add(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

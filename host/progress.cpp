@@ -2,7 +2,8 @@
 
 #include <cstdio>
 #include <fmt/format.h>
-#include <unistd.h>
+
+#include "terminal.h"
 
 namespace qv3d {
 namespace {
@@ -13,7 +14,7 @@ constexpr std::chrono::milliseconds kRefresh{100};
 
 }  // namespace
 
-Progress::Progress(bool quiet) : quiet_(quiet), terminal_(isatty(STDERR_FILENO) != 0) {}
+Progress::Progress(bool quiet) : quiet_(quiet), terminal_(CanRewriteLines()) {}
 
 void Progress::Phase(const std::string& name) {
   if (name == name_) return;

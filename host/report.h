@@ -1,16 +1,14 @@
 // Results for people and for programs.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "analysis/height_map.h"
 #include "import/load.h"
+#include "json.h"
 
 namespace qv3d {
-
-using Json = nlohmann::ordered_json;
 
 /// Lengths in the unit of the file, which stands beside them.
 Json JsonOf(const MeshFacts& mesh);

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "analysis/padding.h"
 #include "failure.h"
-#include "import/whole_map.h"
 
 namespace qv3d {
 namespace {

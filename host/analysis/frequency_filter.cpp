@@ -6,8 +6,8 @@
 #include <fmt/format.h>
 #include <numbers>
 
+#include "analysis/padding.h"
 #include "failure.h"
-#include "import/whole_map.h"
 
 namespace qv3d {
 namespace {

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "analysis/padding.h"
 #include "failure.h"
-#include "import/whole_map.h"
 
 namespace qv3d {
 namespace {
@@ -52,13 +52,14 @@ Spectrum AmplitudesOf(const HeightMap& map) {
 
 std::optional<Wave> DominantWave(const Spectrum& s, const HeightMap& map) {
   const double longestX = s.columns / double(map.width), longestY = s.rows / double(map.height);
+  const int middleColumn = s.columns / 2, middleRow = s.rows / 2;
   int column = -1, row = -1;
   float greatest = 0;
   // One half plane: the other one has the same amplitudes. The first row and column, of the highest
   // frequencies, have no neighbours on one side.
-  for (int j = s.rows / 2; j < s.rows - 1; ++j) {
+  for (int j = middleRow; j < s.rows - 1; ++j) {
     for (int i = 1; i < s.columns - 1; ++i) {
-      const int u = std::abs(i - s.columns / 2), v = j - s.rows / 2;
+      const int u = std::abs(i - middleColumn), v = j - middleRow;
       if ((u < longestX && v < longestY) || !(s.At(i, j) > greatest)) continue;
       greatest = s.At(i, j);
       column = i, row = j;
@@ -68,7 +69,7 @@ std::optional<Wave> DominantWave(const Spectrum& s, const HeightMap& map) {
   const double at = s.At(column, row);
   const double partX = PartOfTerm(s.At(column - 1, row), at, s.At(column + 1, row), map.width, s.columns);
   const double partY = PartOfTerm(s.At(column, row - 1), at, s.At(column, row + 1), map.height, s.rows);
-  const double fx = (column - s.columns / 2 + partX) * s.stepX, fy = (row - s.rows / 2 + partY) * s.stepY;
+  const double fx = (column - middleColumn + partX) * s.stepX, fy = (row - middleRow + partY) * s.stepY;
   // Rounded, so that a wave along y runs along 90 degrees and not along -90.
   double direction = std::round(std::atan2(fy, fx) * 180e4 / std::numbers::pi) / 1e4;
   if (direction > 90) direction -= 180;
@@ -78,13 +79,14 @@ std::optional<Wave> DominantWave(const Spectrum& s, const HeightMap& map) {
 }
 
 std::vector<RadialTerm> RadialAverage(const Spectrum& s) {
+  const int middleColumn = s.columns / 2, middleRow = s.rows / 2;
   const double step = std::max(s.stepX, s.stepY);
   const auto count =
-      static_cast<std::size_t>(std::min(s.columns / 2 * s.stepX, s.rows / 2 * s.stepY) / step + 1e-9);
+      static_cast<std::size_t>(std::min(middleColumn * s.stepX, middleRow * s.stepY) / step + 1e-9);
   std::vector<RadialTerm> rings(count + 1, {0, 0, 0});
   for (int j = 0; j < s.rows; ++j) {
     for (int i = 0; i < s.columns; ++i) {
-      const double f = std::hypot((i - s.columns / 2) * s.stepX, (j - s.rows / 2) * s.stepY);
+      const double f = std::hypot((i - middleColumn) * s.stepX, (j - middleRow) * s.stepY);
       const auto ring = static_cast<std::size_t>(std::lround(f / step));
       if (ring > count) continue;
       rings[ring].amplitude += s.At(i, j);

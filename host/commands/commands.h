@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -36,5 +37,17 @@ void AddRoundness(CLI::App& app, Invocation& invocation);
 void AddPipe(CLI::App& app, Invocation& invocation);
 void AddReport(CLI::App& app, Invocation& invocation);
 void AddSelftest(CLI::App& app, Invocation& invocation);
+
+using AddCommand = void (*)(CLI::App& app, Invocation& invocation);
+
+/// What the program can do.
+struct Program {
+  const char* description;
+  const char* firstCommand;          ///< to start with
+  std::vector<AddCommand> commands;  ///< in the order of the help
+};
+
+/// On Linux everything, on Windows what needs no other libraries.
+const Program& ThisProgram();
 
 }  // namespace qv3d

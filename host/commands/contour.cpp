@@ -8,6 +8,7 @@
 
 #include "commands/options.h"
 #include "files/contour_files.h"
+#include "files/whole_file.h"
 #include "plots/style.h"
 #include "plots/ticks.h"
 #include "report.h"

@@ -8,6 +8,7 @@
 #include "drawing/mesh_cut.h"
 #include "failure.h"
 #include "files/mesh_repair.h"
+#include "files/whole_file.h"
 #include "plots/frame_axes.h"
 #include "plots/style.h"
 #include "report.h"

@@ -5,6 +5,7 @@
 #include "commands/options.h"
 #include "failure.h"
 #include "files/stl_file.h"
+#include "files/whole_file.h"
 #include "import/load.h"
 #include "import/sample_part.h"
 #include "report.h"

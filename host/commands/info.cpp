@@ -3,6 +3,7 @@
 
 #include "commands/options.h"
 #include "failure.h"
+#include "files/whole_file.h"
 #include "import/load.h"
 #include "report.h"
 #include "units.h"

@@ -10,9 +10,6 @@
 namespace qv3d {
 namespace {
 
-const std::map<std::string, GlBackend> kBackends{
-    {"auto", GlBackend::kAutomatic}, {"egl", GlBackend::kEgl}, {"glx", GlBackend::kGlx}};
-
 const std::map<std::string, Origin> kOrigins{{"top", Origin::kTop}, {"bottom", Origin::kBottom}};
 
 std::string CheckUnit(const std::string& unit) {
@@ -65,11 +62,6 @@ void AddLimits(CLI::App& command, ChildLimits& limits) {
       ->capture_default_str()
       ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 24))
       ->group("Import");
-}
-
-void AddOutputOptions(CLI::App& command, bool& json, bool& quiet) {
-  command.add_flag("--json", json, "Print the results as JSON");
-  command.add_flag("-q,--quiet", quiet, "No progress on the standard error stream");
 }
 
 void AddUnitOption(CLI::App& command, std::string& unit) {
@@ -137,10 +129,6 @@ std::string GridOutputs(const char* what) {
 void AddLevelOption(CLI::App& command, ImportOptions& options) {
   command.add_flag("!--no-level", options.level, "Keep the heights as they are: no plane is subtracted")
       ->group("Height map");
-}
-
-void AddBackend(CLI::App& command, GlBackend& backend) {
-  command.add_option("--gl", backend)->transform(CLI::CheckedTransformer(kBackends))->group("");
 }
 
 void AddSizeOption(CLI::App& command, PictureOptions& picture) {

@@ -1,15 +1,12 @@
-// Options that several commands have, declared once.
+// Options of commands that read or draw surfaces, declared once.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <initializer_list>
-#include <memory>
 #include <optional>
 #include <string>
 
-#include "commands/commands.h"
-#include "drawing/offscreen.h"
+#include "commands/basic_options.h"
 #include "drawing/picture.h"
 #include "import/load.h"
 
@@ -17,7 +14,6 @@ namespace qv3d {
 
 void AddLimits(CLI::App& command, ChildLimits& limits);
 void AddUnitOption(CLI::App& command, std::string& unit);
-void AddOutputOptions(CLI::App& command, bool& json, bool& quiet);
 
 /// As AddSurfaceOptions without FILE, for commands that take several.
 void AddImportOptions(CLI::App& command, ImportOptions& options);
@@ -43,7 +39,6 @@ void AddOriginOption(CLI::App& command, const char* name, std::optional<Origin>&
 std::string GridOutputs(const char* what);
 
 void AddLevelOption(CLI::App& command, ImportOptions& options);
-void AddBackend(CLI::App& command, GlBackend& backend);
 
 /// --size WxH of a picture.
 void AddSizeOption(CLI::App& command, PictureOptions& picture);
@@ -51,24 +46,5 @@ void AddSizeOption(CLI::App& command, int& width, int& height);
 
 /// Throws Failure (usage) where a file that was asked for has another extension; an empty path was not.
 void RequireExtension(const std::filesystem::path& path, std::initializer_list<const char*> extensions);
-
-template <class Options>
-bool WantsJson(const Options& options) {
-  if constexpr (requires { options.import.json; }) {
-    return options.import.json;
-  } else {
-    return options.json;
-  }
-}
-
-/// Lets `run` be called with the options once they have been read.
-template <class Options>
-void OnCommand(CLI::App& command, Invocation& invocation, std::shared_ptr<Options> options,
-               void (*run)(const Options&)) {
-  command.callback([&invocation, options, run] {
-    invocation.json = WantsJson(*options);
-    invocation.run = [options, run] { run(*options); };
-  });
-}
 
 }  // namespace qv3d

@@ -78,9 +78,10 @@ void RunPoints2Grid(const Points2GridOptions& given) {
   const PointCloud cloud = ReadCloud(options, progress);
   const NodeGrid grid = PlanNodes(cloud, options.nx, options.ny, options.spacing);
   progress.Phase("gridding");
-  const HeightMap map = options.triangles
-                            ? GridByTriangles(cloud, grid, options.longestSide, progress)
-                            : GridByDistance(cloud, grid, options.power, options.smoothing, progress);
+  const HeightMap map =
+      options.triangles
+          ? GridByTriangles(cloud, DelaunayTriangles(cloud.points), grid, options.longestSide, progress)
+          : GridByDistance(cloud, grid, options.power, options.smoothing, progress);
   progress.Phase("writing the grid");
   for (const std::filesystem::path& output : options.outputs) WriteGrid(output, map, options.unit);
   progress.Finish();

@@ -3,7 +3,7 @@
 
 #include "commands/options.h"
 #include "failure.h"
-#include "plots/image.h"
+#include "files/whole_file.h"
 #include "surface_report.h"
 
 namespace qv3d {

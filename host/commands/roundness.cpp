@@ -5,7 +5,7 @@
 #include "analysis/round_profile.h"
 #include "commands/options.h"
 #include "failure.h"
-#include "plots/image.h"
+#include "files/whole_file.h"
 #include "plots/plot.h"
 #include "plots/polar_plot.h"
 #include "report.h"

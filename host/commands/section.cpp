@@ -9,6 +9,7 @@
 #include <map>
 
 #include "commands/options.h"
+#include "files/whole_file.h"
 #include "plots/section_plot.h"
 #include "report.h"
 #include "units.h"

@@ -5,16 +5,16 @@
 #include <cmath>
 #include <fmt/format.h>
 
-#include "commands/options.h"
+#include "commands/basic_options.h"
 #include "failure.h"
-#include "report.h"
+#include "json.h"
 
 namespace qv3d {
 namespace {
 
 struct SelftestOptions {
   SelftestRequest request;
-  std::filesystem::path gaugeFolder;
+  std::string gaugeFolder;
   std::string disturb;
   bool json = false, quiet = false;
 };
@@ -94,7 +94,9 @@ void RunSelftest(const SelftestOptions& options) {
     throw Failure(ExitCode::kUsage, fmt::format("there is no gauge {}", options.disturb));
   }
   if (!options.gaugeFolder.empty()) {
-    PrintFiles(WriteGauges(options.gaugeFolder, gauges), options.json);
+    // Arguments are UTF-8; a path made of chars would take them otherwise on Windows.
+    const std::u8string folder(options.gaugeFolder.begin(), options.gaugeFolder.end());
+    PrintFiles(WriteGauges(folder, gauges), options.json);
     return;
   }
   Progress progress(options.quiet);

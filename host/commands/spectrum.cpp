@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "commands/options.h"
+#include "files/whole_file.h"
 #include "import/whole_map.h"
 #include "plots/plot.h"
 #include "plots/spectrum_picture.h"

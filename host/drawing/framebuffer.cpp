@@ -40,8 +40,7 @@ struct Framebuffer::Functions {
     function = reinterpret_cast<Function>(context.Find(name));
     if (function == nullptr) {
       throw Failure(ExitCode::kNotComputable,
-                    std::string("this OpenGL has no framebuffer objects (") + name + ")",
-                    "Install libgl1-mesa-dri.");
+                    std::string("this OpenGL has no framebuffer objects (") + name + ")", GlAdvice());
     }
   }
 };

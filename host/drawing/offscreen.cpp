@@ -8,20 +8,21 @@
 namespace qv3d {
 
 std::unique_ptr<OffscreenContext> OffscreenContext::Create(GlBackend backend) {
-  std::string eglReason, glxReason;
+  std::string reasons;
   std::unique_ptr<OffscreenContext> context;
-  if (backend != GlBackend::kGlx) context = CreateEglContext(eglReason);
-  if (!context && backend != GlBackend::kEgl) context = CreateGlxContext(glxReason);
+  for (const GlWay& way : GlWays()) {
+    if (context || (backend != GlBackend::kAutomatic && backend != way.backend)) continue;
+    std::string reason;
+    context = way.create(reason);
+    if (!context) reasons += fmt::format("{}{}", reasons.empty() ? "" : "; ", reason);
+  }
   if (!context) {
-    const char* const both = eglReason.empty() || glxReason.empty() ? "" : "; ";
-    throw Failure(ExitCode::kNotComputable,
-                  fmt::format("cannot draw without a display: {}{}{}", eglReason, both, glxReason),
-                  "Install libegl1 and libgl1-mesa-dri, or xvfb.");
+    throw Failure(ExitCode::kNotComputable, fmt::format("cannot draw without a display: {}", reasons),
+                  GlAdvice());
   }
   if (const unsigned result = InitGlew(); result != 0) {
     throw Failure(ExitCode::kNotComputable,
-                  fmt::format("the OpenGL entry points cannot be loaded (GLEW: {})", result),
-                  "Install libgl1-mesa-dri.");
+                  fmt::format("the OpenGL entry points cannot be loaded (GLEW: {})", result), GlAdvice());
   }
   return context;
 }

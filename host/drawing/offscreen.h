@@ -4,12 +4,13 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "plots/image.h"
 
 namespace qv3d {
 
-enum class GlBackend { kAutomatic, kEgl, kGlx };
+enum class GlBackend { kAutomatic, kEgl, kGlx, kWgl };
 
 using GlFunction = void (*)();
 
@@ -24,15 +25,24 @@ class OffscreenContext {
   virtual GlFunction Find(const char* name) const = 0;
   virtual const char* Name() const = 0;
 
-  /// EGL without any surface first, then GLX on $DISPLAY or on an X server that it starts. Loads the
-  /// extension entry points of the library too. Throws Failure (not computable) that names the packages to
-  /// install.
+  /// By the first of the platform's ways that works, or by the one that is asked for. Loads the extension
+  /// entry points of the library too. Throws Failure (not computable) that says what to install.
   static std::unique_ptr<OffscreenContext> Create(GlBackend backend);
 };
 
-/// One attempt each; on failure null, and the reason.
-std::unique_ptr<OffscreenContext> CreateEglContext(std::string& reason);
-std::unique_ptr<OffscreenContext> CreateGlxContext(std::string& reason);
+/// A way to a context.
+struct GlWay {
+  GlBackend backend;
+  const char* name;                                                  ///< on the command line
+  std::unique_ptr<OffscreenContext> (*create)(std::string& reason);  ///< null, and the reason, on failure
+};
+
+/// What the platform has: on Linux EGL without any surface, then GLX on $DISPLAY or on an X server that is
+/// started for the purpose; on Windows a window that nobody sees.
+const std::vector<GlWay>& GlWays();
+
+/// What to install where drawing fails.
+const char* GlAdvice();
 
 /// A bound framebuffer of RGBA pixels with a depth and a stencil buffer, with several samples per pixel where
 /// the driver has them.

@@ -3,7 +3,7 @@
 
 #include <GL/gl.h>
 
-#include "drawing/offscreen.h"
+#include "drawing/gl_ways.h"
 
 namespace qv3d {
 namespace {

@@ -11,7 +11,7 @@
 
 #include <GL/glx.h>
 
-#include "drawing/offscreen.h"
+#include "drawing/gl_ways.h"
 
 namespace qv3d {
 namespace {

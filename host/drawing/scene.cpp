@@ -140,15 +140,15 @@ void DrawBox(const Scene& scene) {
   glDisable(GL_LIGHTING);
   glLineWidth(scene.lineWidth);
   // The edges that are nearest to the viewer would cross the surface.
-  const unsigned near =
+  const unsigned nearest =
       (scene.camera.toViewer()[0] > 0 ? 1u : 0u) | (scene.camera.toViewer()[1] > 0 ? 2u : 0u);
   glColor3f(0.62f, 0.63f, 0.65f);
   glBegin(GL_LINES);
   for (unsigned axis = 1; axis <= 4; axis *= 2) {
     for (unsigned from = 0; from < 8; ++from) {
       if ((from & axis) != 0) continue;
-      const bool upright = axis == 4 && (from & 3u) == near;
-      const bool above = (from & 4u) != 0 && (((from ^ near) & 3u & ~axis) == 0);
+      const bool upright = axis == 4 && (from & 3u) == nearest;
+      const bool above = (from & 4u) != 0 && (((from ^ nearest) & 3u & ~axis) == 0);
       if (upright || above) continue;
       vertex(from);
       vertex(from | axis);

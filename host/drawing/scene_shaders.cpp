@@ -3,8 +3,8 @@
 
 #include "drawing/scene_parts.h"
 #include "failure.h"
-#include "files/mesh_repair.h"
-#include "plots/image.h"
+#include "files/temporary_file.h"
+#include "files/whole_file.h"
 
 namespace qv3d {
 namespace {
@@ -55,7 +55,8 @@ class ShaderProgram {
     const TemporaryFile vertex = TemporaryFile::Create(), fragment = TemporaryFile::Create();
     WriteWholeFile(vertex.path(), kVertexSource);
     WriteWholeFile(fragment.path(), kFragmentSource);
-    const unsigned result = InitShaders(kSlot, vertex.path().c_str(), fragment.path().c_str());
+    const unsigned result =
+        InitShaders(kSlot, vertex.path().string().c_str(), fragment.path().string().c_str());
     if (result != 0) {
       ReleaseShader(kSlot);
       throw Failure(ExitCode::kNotComputable, "this OpenGL does not take the GLSL program",

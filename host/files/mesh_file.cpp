@@ -1,15 +1,8 @@
 #include "files/mesh_file.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <cstring>
-#include <fmt/format.h>
-#include <fstream>
-#include <sys/stat.h>
-
-#include "failure.h"
 
 namespace qv3d {
 
@@ -35,28 +28,6 @@ bool ParseForgivingly(std::string_view word, double& value, bool& hasComma) {
   if (error == std::errc::result_out_of_range)
     value = word.find("e-") != word.npos || word.find("E-") != word.npos ? 0 : HUGE_VAL;
   return error != std::errc::invalid_argument && end == word.data() + word.size();
-}
-
-std::string ReadWholeFile(const std::filesystem::path& path) {
-  struct stat info;
-  if (stat(path.c_str(), &info) != 0) {
-    throw Failure(ExitCode::kUnreadable, fmt::format("{}: {}", path.string(), std::strerror(errno)),
-                  "Check the name and the permissions.");
-  }
-  if (!S_ISREG(info.st_mode)) {
-    throw Failure(
-        ExitCode::kUnreadable,
-        fmt::format("{}: {}", path.string(), S_ISDIR(info.st_mode) ? "is a directory" : "is not a file"),
-        "Name a file.");
-  }
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes(static_cast<std::size_t>(info.st_size), '\0');
-  if (!file || !file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) {
-    throw Failure(ExitCode::kUnreadable,
-                  fmt::format("{}: cannot be read ({})", path.string(), std::strerror(errno)),
-                  "Check the permissions.");
-  }
-  return bytes;
 }
 
 double DoubledArea(const Triangle& t) {

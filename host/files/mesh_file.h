@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -13,9 +12,6 @@ using Triangle = std::array<float, 9>;
 
 /// Twice the area of the triangle's projection on the x-y plane, with a sign.
 double DoubledArea(const Triangle& t);
-
-/// The bytes of a regular file. Throws Failure (unreadable) where it cannot be opened or read.
-std::string ReadWholeFile(const std::filesystem::path& path);
 
 /// A number in the C locale; false where the word is none. A decimal comma is understood too, and reported.
 bool ParseForgivingly(std::string_view word, double& value, bool& hasComma);

@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <fmt/format.h>
-#include <system_error>
-#include <unistd.h>
 
 #include "files/ply_repair.h"
 #include "files/stl_repair.h"
+#include "files/whole_file.h"
 
 namespace qv3d {
 namespace {
@@ -96,25 +94,6 @@ void Prepare(const Check& check, const PrepareOptions& options, Mend mend, Prepa
 }
 
 }  // namespace
-
-TemporaryFile TemporaryFile::Create() {
-  std::error_code error;
-  std::string name = (std::filesystem::temp_directory_path(error) / "qv3d-XXXXXX").string();
-  const int descriptor = error ? -1 : mkstemp(name.data());
-  if (descriptor < 0) {
-    throw Failure(ExitCode::kUnreadable, "cannot create a temporary copy of the mesh",
-                  "Set TMPDIR to a folder with room for it.");
-  }
-  close(descriptor);
-  TemporaryFile file;
-  file.path_ = name;
-  return file;
-}
-
-TemporaryFile::~TemporaryFile() {
-  std::error_code ignored;
-  if (!path_.empty()) std::filesystem::remove(path_, ignored);
-}
 
 std::vector<Triangle> DivideInFour(const std::vector<Triangle>& triangles) {
   std::vector<Triangle> divided;

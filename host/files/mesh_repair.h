@@ -8,27 +8,9 @@
 #include <vector>
 
 #include "files/mesh_check.h"
+#include "files/temporary_file.h"
 
 namespace qv3d {
-
-/// A file that goes when its owner goes.
-class TemporaryFile {
- public:
-  TemporaryFile() = default;
-  /// Creates an empty file in the folder for temporary files.
-  static TemporaryFile Create();
-  TemporaryFile(TemporaryFile&& other) noexcept : path_(std::move(other.path_)) { other.path_.clear(); }
-  TemporaryFile& operator=(TemporaryFile&& other) noexcept {
-    std::swap(path_, other.path_);
-    return *this;
-  }
-  ~TemporaryFile();
-
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 /// What was done to the triangles, and the factor by which they were made larger (a power of two, so that
 /// dividing by it gives the old coordinates exactly).

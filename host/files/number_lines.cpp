@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "failure.h"
-#include "files/mesh_file.h"
+#include "files/whole_file.h"
 
 namespace qv3d {
 namespace {

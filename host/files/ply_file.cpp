@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "files/ply_body.h"
-#include "plots/image.h"
+#include "files/whole_file.h"
 
 namespace qv3d {
 namespace {

@@ -8,9 +8,8 @@
 #include <limits>
 
 #include "failure.h"
-#include "files/mesh_file.h"
+#include "files/whole_file.h"
 #include "formats/readers.h"
-#include "plots/image.h"
 #include "units.h"
 
 namespace qv3d {

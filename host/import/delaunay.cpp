@@ -9,18 +9,18 @@
 
 namespace qv3d {
 
-std::vector<std::array<int, 3>> DelaunayTriangles(const std::vector<MeasuredPoint>& points) {
+std::vector<PointTriangle> DelaunayTriangles(const std::vector<MeasuredPoint>& points) {
   std::vector<double> plane;
   plane.reserve(2 * points.size());
   for (const MeasuredPoint& p : points) plane.insert(plane.end(), {p[0] - points[0][0], p[1] - points[0][1]});
-  std::vector<std::array<int, 3>> triangles;
+  std::vector<PointTriangle> triangles;
   try {
     orgQhull::Qhull hull;
     // Delaunay, all facets triangles, wide facets allowed: rows of a regular grid lie on circles.
     hull.runQhull("", 2, static_cast<int>(points.size()), plane.data(), "d Qt Qbb Qc Q12");
     for (const orgQhull::QhullFacet& facet : hull.facetList()) {
       if (facet.isUpperDelaunay()) continue;
-      std::array<int, 3> triangle{};
+      PointTriangle triangle{};
       std::size_t corner = 0;
       for (const orgQhull::QhullVertex& vertex : facet.vertices()) triangle[corner++] = vertex.point().id();
       triangles.push_back(triangle);

@@ -9,6 +9,7 @@
 #include "failure.h"
 #include "files/number_lines.h"
 #include "files/ply_check.h"
+#include "files/whole_file.h"
 
 namespace qv3d {
 namespace {
@@ -149,11 +150,11 @@ HeightMap GridByDistance(const PointCloud& cloud, const NodeGrid& grid, double p
   return map;
 }
 
-HeightMap GridByTriangles(const PointCloud& cloud, const NodeGrid& grid, double longestSide,
-                          Progress& progress) {
+HeightMap GridByTriangles(const PointCloud& cloud, const std::vector<PointTriangle>& triangles,
+                          const NodeGrid& grid, double longestSide, Progress& progress) {
   const double scale = Enlargement(cloud);
   std::vector<double> corners;
-  for (const std::array<int, 3>& t : DelaunayTriangles(cloud.points)) {
+  for (const PointTriangle& t : triangles) {
     const auto at = [&](int k) -> const MeasuredPoint& {
       return cloud.points[static_cast<std::size_t>(t[static_cast<std::size_t>(k)])];
     };

@@ -37,13 +37,16 @@ NodeGrid PlanNodes(const PointCloud& cloud, int nx, int ny, double spacing);
 HeightMap GridByDistance(const PointCloud& cloud, const NodeGrid& grid, double power, double smoothing,
                          Progress& progress);
 
-/// Linear between the corners of Delaunay triangles, which cover the points' convex hull; missing outside.
-/// Triangles with a side longer than `longestSide` in x-y are holes (0: none is). Throws Failure (not
-/// computable) where the points have no triangles.
-HeightMap GridByTriangles(const PointCloud& cloud, const NodeGrid& grid, double longestSide,
-                          Progress& progress);
+/// The numbers of a triangle's corners.
+using PointTriangle = std::array<int, 3>;
 
-/// Corner numbers of the Delaunay triangles of the points' x and y.
-std::vector<std::array<int, 3>> DelaunayTriangles(const std::vector<MeasuredPoint>& points);
+/// Linear between the corners of triangles; missing outside. Those with a side longer than `longestSide` in
+/// x-y are holes (0: none is). Throws Failure (not computable) where no triangle covers a part of the grid.
+HeightMap GridByTriangles(const PointCloud& cloud, const std::vector<PointTriangle>& triangles,
+                          const NodeGrid& grid, double longestSide, Progress& progress);
+
+/// The Delaunay triangles of the points' x and y, which cover their convex hull. Throws Failure (not
+/// computable) where there are none.
+std::vector<PointTriangle> DelaunayTriangles(const std::vector<MeasuredPoint>& points);
 
 }  // namespace qv3d

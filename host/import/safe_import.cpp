@@ -34,7 +34,7 @@ struct GridRecord {
 
 /// False where the library refuses the file without ending the process.
 bool Parse(const PreparedMesh& mesh, ParsedRecord& r) {
-  const std::string& path = mesh.path.native();
+  const std::string path = mesh.path.string();
   if (mesh.format == MeshFormat::kStl) {
     return ParseSTLFile(path.c_str(), &r.min[0], &r.max[0], &r.min[1], &r.max[1], &r.min[2], &r.max[2],
                         &r.triangles) == 0;
@@ -45,10 +45,10 @@ bool Parse(const PreparedMesh& mesh, ParsedRecord& r) {
 }
 
 /// The child's work. Heights are converted in the (scaled) unit of the prepared file.
-int ParseAndConvert(int descriptor, const PreparedMesh& mesh, const GridRequest& request) try {
+int ParseAndConvert(const Reporter& report, const PreparedMesh& mesh, const GridRequest& request) try {
   ParsedRecord parsed{};
   if (!Parse(mesh, parsed)) return kChildRefused;
-  if (!WriteAll(descriptor, &parsed, sizeof parsed)) return kChildCannotReport;
+  if (!report(&parsed, sizeof parsed)) return kChildCannotReport;
   GridRequest scaled = request;
   scaled.spacing *= mesh.scale;
   const GridRecord grid{
@@ -61,8 +61,7 @@ int ParseAndConvert(int descriptor, const PreparedMesh& mesh, const GridRequest&
       convert(plan.nx - 1, plan.ny - 1, static_cast<float>(plan.xOffset), static_cast<float>(plan.yOffset),
               static_cast<float>(plan.xSize), static_cast<float>(plan.ySize), heights.data());
   if (status != 0) return kChildNoMemory;
-  const bool sent = WriteAll(descriptor, &grid, sizeof grid) &&
-                    WriteAll(descriptor, heights.data(), heights.size() * sizeof(float));
+  const bool sent = report(&grid, sizeof grid) && report(heights.data(), heights.size() * sizeof(float));
   return sent ? kChildDone : kChildCannotReport;
 } catch (const std::bad_alloc&) {
   return kChildNoMemory;
@@ -71,11 +70,11 @@ int ParseAndConvert(int descriptor, const PreparedMesh& mesh, const GridRequest&
   return kChildBadGrid;
 }
 
-int ParseOnly(int descriptor, const PreparedMesh& mesh) {
+int ParseOnly(const Reporter& report, const PreparedMesh& mesh) {
   ParsedRecord parsed{};
   if (!Parse(mesh, parsed)) return kChildRefused;
   mesh.format == MeshFormat::kPly ? CleanUpPLY() : CleanUpSTL();
-  return WriteAll(descriptor, &parsed, sizeof parsed) ? kChildDone : kChildCannotReport;
+  return report(&parsed, sizeof parsed) ? kChildDone : kChildCannotReport;
 }
 
 /// While the file is read its size tells how much is left; how long the conversion takes is not known before.
@@ -140,7 +139,7 @@ void RequireSuccess(const ChildOutcome& outcome, const ChildLimits& limits, std:
   }
   if (outcome.end == ChildOutcome::End::kSignalled) {
     throw Failure(ExitCode::kNotComputable,
-                  fmt::format("{} was ended by signal {} ({})", phase, outcome.code, strsignal(outcome.code)),
+                  fmt::format("{} was ended by signal {} ({})", phase, outcome.code, outcome.signal),
                   "If memory is short, choose a coarser grid; otherwise please report the file.");
   }
   if (outcome.code == kChildBadGrid) {
@@ -224,7 +223,8 @@ GridPlan PlanGrid(double extentX, double extentY, const GridRequest& request) {
 
 MeshFacts ProbeMesh(const PreparedMesh& mesh, const ChildLimits& limits, Progress& progress) {
   const ChildOutcome outcome = RunInChild(
-      limits, [&](int descriptor) { return ParseOnly(descriptor, mesh); }, ImportProgress(mesh, progress));
+      limits, [&](const Reporter& report) { return ParseOnly(report, mesh); },
+      ImportProgress(mesh, progress));
   progress.Finish();
   RequireSuccess(outcome, limits, mesh.triangles);
   std::size_t at = 0;
@@ -234,7 +234,7 @@ MeshFacts ProbeMesh(const PreparedMesh& mesh, const ChildLimits& limits, Progres
 ImportedMap ImportMesh(const PreparedMesh& mesh, const GridRequest& request, const ChildLimits& limits,
                        Progress& progress) {
   const ChildOutcome outcome = RunInChild(
-      limits, [&](int descriptor) { return ParseAndConvert(descriptor, mesh, request); },
+      limits, [&](const Reporter& report) { return ParseAndConvert(report, mesh, request); },
       ImportProgress(mesh, progress));
   progress.Finish();
   RequireSuccess(outcome, limits, mesh.triangles);

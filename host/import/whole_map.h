@@ -18,11 +18,4 @@ WholeMap LoadWholeMap(const ImportOptions& options, Progress& progress);
 /// Marks the samples that were missing as missing again.
 void RestoreMissing(const WholeMap& whole, std::vector<float>& heights);
 
-/// The smallest power of two that is at least n.
-int PowerOfTwoAbove(int n);
-
-/// The heights less their mean, in the middle of a grid of zeros; the first sample lies at column (columns -
-/// width) / 2 and row (rows - height) / 2.
-std::vector<float> PadWithZeros(const HeightMap& map, int columns, int rows);
-
 }  // namespace qv3d

@@ -36,7 +36,7 @@ Step MakeWrite(StepWords& words) {
 
 /// Draws in a child process: the imports of the files to come must not inherit a driver.
 void Draw(const HeightMap& map, const PictureOptions& options, const std::filesystem::path& path) {
-  const auto draw = [&](int descriptor) {
+  const auto draw = [&](const Reporter& report) {
     try {
       const std::unique_ptr<OffscreenContext> context = OffscreenContext::Create(GlBackend::kAutomatic);
       const Picture picture = DrawPicture(*context, map, options);
@@ -45,7 +45,7 @@ void Draw(const HeightMap& map, const PictureOptions& options, const std::filesy
       return 0;
     } catch (const Failure& failure) {
       const std::string what = failure.what();
-      WriteAll(descriptor, what.data(), what.size());
+      report(what.data(), what.size());
       return static_cast<int>(failure.code());
     }
   };

@@ -47,7 +47,4 @@ Image ReadPng(const std::filesystem::path& path);
 std::string EncodePng(const Image& image);
 void WritePng(const std::filesystem::path& path, const Image& image);
 
-/// Writes bytes to a file. Throws Failure (unreadable) where that fails.
-void WriteWholeFile(const std::filesystem::path& path, const std::string& bytes);
-
 }  // namespace qv3d

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "files/whole_file.h"
 #include "plots/style.h"
 #include "plots/ticks.h"
 

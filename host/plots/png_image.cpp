@@ -1,11 +1,10 @@
 // PNG files by libpng.
 #include <cstring>
 #include <fmt/format.h>
-#include <fstream>
 #include <png.h>
 
 #include "failure.h"
-#include "files/mesh_file.h"
+#include "files/whole_file.h"
 #include "plots/image.h"
 
 namespace qv3d {
@@ -56,16 +55,6 @@ Image ReadPng(const std::filesystem::path& path) {
 
 void WritePng(const std::filesystem::path& path, const Image& image) {
   WriteWholeFile(path, EncodePng(image));
-}
-
-void WriteWholeFile(const std::filesystem::path& path, const std::string& bytes) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  file.close();
-  if (!file) {
-    throw Failure(ExitCode::kUnreadable, fmt::format("{}: cannot be written", path.string()),
-                  "Check that the folder exists and that you may write there.");
-  }
 }
 
 }  // namespace qv3d

@@ -56,6 +56,29 @@ PointCloud CloudOf(const HeightMap& plane, int count) {
   return cloud;
 }
 
+double DoubledArea(const PointCloud& cloud, int a, int b, int c) {
+  const auto at = [&](int i) -> const MeasuredPoint& { return cloud.points[static_cast<std::size_t>(i)]; };
+  return (at(b)[0] - at(a)[0]) * (at(c)[1] - at(a)[1]) - (at(c)[0] - at(a)[0]) * (at(b)[1] - at(a)[1]);
+}
+
+/// The rectangle of the first four points, divided: every other point divides the triangle it lies in into
+/// three. The heights lie in a plane, so that it does not matter how the points are joined.
+std::vector<PointTriangle> TrianglesOf(const PointCloud& cloud) {
+  std::vector<PointTriangle> triangles{{0, 1, 2}, {1, 3, 2}};
+  for (int p = 4; p < static_cast<int>(cloud.points.size()); ++p) {
+    const auto around = std::find_if(triangles.begin(), triangles.end(), [&](const PointTriangle& t) {
+      return DoubledArea(cloud, t[0], t[1], p) >= 0 && DoubledArea(cloud, t[1], t[2], p) >= 0 &&
+             DoubledArea(cloud, t[2], t[0], p) >= 0;
+    });
+    // On an edge, rounding may put it outside of both sides.
+    if (around == triangles.end()) continue;
+    const auto [a, b, c] = *around;
+    *around = {a, b, p};
+    triangles.insert(triangles.end(), {{b, c, p}, {c, a, p}});
+  }
+  return triangles;
+}
+
 }  // namespace
 
 void CheckMeshImport(const Gauges& gauges, Checks& checks) {
@@ -72,7 +95,7 @@ void CheckGridding(const Gauges& gauges, Checks& checks) {
   // The triangles are flat and lie in the plane; a result is rounded once. The heights that the corners of
   // the gauge tell are rounded too.
   const double rounding = Rounding(8 * (PlaneGauge::kC + 15));
-  const HeightMap byTriangles = GridByTriangles(cloud, {33, 25}, 0, quiet);
+  const HeightMap byTriangles = GridByTriangles(cloud, TrianglesOf(cloud), {33, 25}, 0, quiet);
   checks.Count("plane", "by triangles, missing samples", 0, CountMissing(byTriangles));
   checks.Near("plane", "by triangles, farthest from it", 0, FarthestFrom(byTriangles, PlaneHeight), rounding);
   // A node takes the height of the point that lies on it.

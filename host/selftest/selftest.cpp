@@ -10,15 +10,12 @@
 #include "failure.h"
 #include "files/ply_file.h"
 #include "files/stl_file.h"
-#include "formats/grid_file.h"
-#include "plots/image.h"
+#include "files/whole_file.h"
+#include "formats/readers.h"
 #include "selftest/families.h"
 
 namespace qv3d {
 namespace {
-
-/// Of the files that height maps are written to.
-constexpr const char* kGaugeExtension = ".csv";
 
 struct Family {
   const char* name;
@@ -134,8 +131,8 @@ std::vector<std::filesystem::path> WriteGauges(const std::filesystem::path& fold
   std::vector<std::filesystem::path> files;
   Gauges copy = gauges;
   for (const auto& [name, map] : MapsOf(copy)) {
-    files.push_back(folder / fmt::format("{}{}", name, kGaugeExtension));
-    WriteGrid(files.back(), *map, kGaugeUnit);
+    files.push_back(folder / fmt::format("{}.csv", name));
+    WriteWholeFile(files.back(), WriteTextMatrix({*map, kGaugeUnit}));
   }
   files.push_back(folder / "lobes.txt");
   WriteWholeFile(files.back(), ProfileText(gauges.lobes));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <random>
 
+#include "files/whole_file.h"
 #include "format_plate.h"
 #include "formats/zip_archive.h"
 #include "import/child_process.h"
@@ -258,7 +259,7 @@ TEST(BadFormats, AnnouncedSizes_TakeNoMemory) {
   for (const auto& [name, bytes] : Boasters()) {
     const ChildOutcome outcome = RunInChild(
         limits,
-        [&name = name, &bytes = bytes](int) {
+        [&name = name, &bytes = bytes](const Reporter&) {
           const ExitCode code = Judge(name, bytes).code;
           return code == ExitCode::kCorrupt || code == ExitCode::kNotComputable ? 0 : 1;
         },

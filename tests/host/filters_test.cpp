@@ -12,6 +12,7 @@
 #include "analysis/round_profile.h"
 #include "analysis/surface_filter.h"
 #include "failure.h"
+#include "files/whole_file.h"
 #include "plots/image.h"
 
 namespace qv3d {

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -10,6 +12,8 @@
 #include "drawing/camera.h"
 #include "drawing/colour_map.h"
 #include "failure.h"
+#include "files/temporary_file.h"
+#include "files/whole_file.h"
 #include "import/child_process.h"
 #include "import/safe_import.h"
 #include "import/sample_part.h"
@@ -62,10 +66,10 @@ TEST(RunInChild, OutputErrorsAndStatus_Arrive) {
   const std::string large(3000000, 'x');
   const ChildOutcome outcome = RunInChild(
       {},
-      [&](int out) {
+      [&](const Reporter& report) {
         std::fputs("to stdout\n", stdout);
         std::fputs("to stderr\n", stderr);
-        return WriteAll(out, large.data(), large.size()) ? 7 : 1;
+        return report(large.data(), large.size()) ? 7 : 1;
       },
       IgnoreTick);
   EXPECT_EQ(outcome.end, ChildOutcome::End::kExited);
@@ -76,13 +80,14 @@ TEST(RunInChild, OutputErrorsAndStatus_Arrive) {
 
 TEST(RunInChild, ExitAndSignal_AreTold) {
   const ChildOutcome exited = RunInChild(
-      {}, [](int) -> int { std::exit(-1); }, IgnoreTick);
+      {}, [](const Reporter&) -> int { std::exit(-1); }, IgnoreTick);
   EXPECT_EQ(exited.end, ChildOutcome::End::kExited);
   EXPECT_EQ(exited.code, 255);
   const ChildOutcome killed = RunInChild(
-      {}, [](int) -> int { return raise(SIGKILL); }, IgnoreTick);
+      {}, [](const Reporter&) -> int { return raise(SIGKILL); }, IgnoreTick);
   EXPECT_EQ(killed.end, ChildOutcome::End::kSignalled);
   EXPECT_EQ(killed.code, SIGKILL);
+  EXPECT_EQ(killed.signal, strsignal(SIGKILL));
 }
 
 TEST(RunInChild, Endless_IsStoppedInTime) {
@@ -90,7 +95,7 @@ TEST(RunInChild, Endless_IsStoppedInTime) {
   limits.timeoutSeconds = 0.2;
   const ChildOutcome outcome = RunInChild(
       limits,
-      [](int) -> int {
+      [](const Reporter&) -> int {
         for (;;) pause();
       },
       IgnoreTick);
@@ -102,7 +107,7 @@ TEST(RunInChild, BytesThatTheChildReads_AreTold) {
   std::uint64_t most = 0;
   const ChildOutcome outcome = RunInChild(
       {},
-      [](int) -> int {
+      [](const Reporter&) -> int {
         std::vector<char> bytes(kBytes);
         std::FILE* zeros = std::fopen("/dev/zero", "rb");
         const bool complete = std::fread(bytes.data(), 1, kBytes, zeros) == kBytes;
@@ -113,6 +118,26 @@ TEST(RunInChild, BytesThatTheChildReads_AreTold) {
   EXPECT_EQ(outcome.code, 0);
   EXPECT_GE(most, kBytes);
   EXPECT_LT(most, 2 * kBytes);
+}
+
+TEST(TemporaryFile, Several_HaveFoldersOfTheirOwnAndGo) {
+  namespace fs = std::filesystem;
+  fs::path first, second;
+  {
+    const TemporaryFile a = TemporaryFile::Create();
+    TemporaryFile b = TemporaryFile::Create();
+    const TemporaryFile moved = std::move(b);
+    first = a.path();
+    second = moved.path();
+    EXPECT_NE(first.parent_path(), second.parent_path());
+    for (const fs::path& path : {first, second}) {
+      EXPECT_EQ(fs::status(path.parent_path()).permissions(), fs::perms::owner_all);
+      WriteWholeFile(path, "bytes");
+      EXPECT_EQ(ReadWholeFile(path), "bytes");
+    }
+  }
+  EXPECT_FALSE(fs::exists(first.parent_path()));
+  EXPECT_FALSE(fs::exists(second.parent_path()));
 }
 
 TEST(HandyUnit, Lengths_GetHandyUnits) {
@@ -137,9 +162,9 @@ TEST(Camera, AllPoints_LieInTheAreaAndTouchIt) {
   std::vector<Point> corners;
   for (int i = 0; i < 8; ++i) corners.push_back({i & 1 ? 5. : -5., i & 2 ? 3. : -3., i & 4 ? 1. : -1.});
   const Rectangle area{100, 50, 600, 400};
-  for (double azimuth = -180; azimuth < 180; azimuth += 30) {
+  for (int azimuth = -180; azimuth < 180; azimuth += 30) {
     for (double elevation : {5.0, 35.0, 90.0}) {
-      const Camera camera({azimuth, elevation, 1}, corners, area, 800, 600);
+      const Camera camera({double(azimuth), elevation, 1}, corners, area, 800, 600);
       double left = 1e9, right = -1e9, top = 1e9, bottom = -1e9;
       for (const Point& p : corners) {
         const auto at = camera.Project(p);

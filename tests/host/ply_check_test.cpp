@@ -6,6 +6,7 @@
 #include <random>
 
 #include "files/ply_repair.h"
+#include "files/whole_file.h"
 #include "ply_samples.h"
 
 namespace qv3d {

@@ -8,9 +8,9 @@
 
 #include "analysis/correlation.h"
 #include "analysis/frequency_filter.h"
+#include "analysis/padding.h"
 #include "analysis/spectrum.h"
 #include "failure.h"
-#include "import/whole_map.h"
 
 namespace qv3d {
 namespace {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 
+#include "files/whole_file.h"
 #include "plots/image.h"
 #include "stl_samples.h"
 

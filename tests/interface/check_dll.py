@@ -4,9 +4,7 @@ the stack to 16 bytes only."""
 import argparse
 import re
 
-from common import Checks, read_table, run
-
-SYSTEM = {"kernel32.dll", "msvcrt.dll", "user32.dll", "gdi32.dll", "opengl32.dll"}
+from common import WINDOWS_LIBRARIES, Checks, imported_libraries, read_table, run
 
 parser = argparse.ArgumentParser()
 for option in ("--library", "--import-library", "--table", "--objdump", "--nm"):
@@ -27,10 +25,10 @@ is_32_bit = "file format pei-i386" in headers
 exported = re.findall(r"\[ *\d+\] (\S+)", section(headers, r"\[Ordinal/Name Pointer\] Table"))
 checks.same_names(exported, names, "exported names")
 checks.that("Forwarder RVA" not in headers, "an export is forwarded")
-imported = [name.lower() for name in re.findall(r"DLL Name: (\S+)", headers)]
+imported = imported_libraries(headers)
 checks.that(imported != [], "no imports were found")
 for name in imported:
-    checks.that(name in SYSTEM, f"imports {name}")
+    checks.that(name in WINDOWS_LIBRARIES, f"imports {name}")
 
 # Callers are compiled to ask the import library for these names.
 decorated = [f"_{name}@{size}" if is_32_bit else name for name, size in table]

@@ -1,5 +1,5 @@
 """Makes the packages and looks at them as their user would. The Debian packages are unpacked into an empty folder, where
-the program runs and a program is built; the zip file for Windows holds what it should."""
+the program runs and a program is built; so is the zip file for Windows, whose program checks that installation."""
 import argparse
 import glob
 import os
@@ -8,13 +8,15 @@ import shutil
 import tempfile
 import zipfile
 
-from common import Checks, run
+from common import WINDOWS_LIBRARIES, Checks, imported_libraries, run
 
 parser = argparse.ArgumentParser()
 for option in ("--build", "--source", "--config", "--version", "--c"):
     parser.add_argument(option, required=True)
 parser.add_argument("--host", action="store_true", help="the reference host program was built too")
 parser.add_argument("--windows", action="store_true", help="a zip file for Windows")
+parser.add_argument("--objdump", help="for Windows: shows what a program imports")
+parser.add_argument("--emulator", help="runs Windows programs")
 arguments = parser.parse_args()
 checks = Checks()
 major = arguments.version.split(".", maxsplit=1)[0]
@@ -88,16 +90,46 @@ def check_debian(folder):
     check_development(root, folder)
 
 
+def check_windows_program(root):
+    """The program in the unpacked zip file: it needs nothing but Windows and the DLL beside it, and finds both whole."""
+    program = f"{root}/bin/qv3d.exe"
+    imported = imported_libraries(run([arguments.objdump, "-p", program]))
+    checks.that("qv_3d.dll" in imported, "the program does not import the DLL")
+    for name in imported:
+        checks.that(name == "qv_3d.dll" or name in WINDOWS_LIBRARIES, f"the program imports {name}")
+    if not arguments.emulator:
+        print(f"{program} is built but not run: no emulator")
+        return
+
+    # Windows gets the letters of arguments right where the locale knows them.
+    environment = {**os.environ, "LC_ALL": "C.UTF-8"}
+
+    def answer(*words, status=0):
+        return run([arguments.emulator, program, *words], status, cwd=root, env=environment).replace("\r\n", "\n")
+
+    checks.that(answer("--version") == f"qv3d {arguments.version}\n", "the program's version")
+    text = answer("selftest")
+    checks.that(re.search(r"(?m)^\d{3} checks hold, 0 failed$", text), f"the installation's check:\n{text}")
+    checks.that("skipped" not in text, f"the installation's check left something out:\n{text}")
+    checks.that("FAILED" in answer("selftest", "--disturb", "cap", status=4), "a disturbed gauge goes unnoticed")
+    answer("selftest", "--write-gauges", "Prüfkörper")
+    checks.that(os.path.exists(f"{root}/Prüfkörper/cap.stl"), "gauges in a folder whose name is not ASCII")
+
+
 def check_zip(folder):
     (path,) = glob.glob(f"{folder}/*.zip")
     with zipfile.ZipFile(path) as archive:
-        names = {name.split("/", maxsplit=1)[1] for name in archive.namelist() if not name.endswith("/")}
         archive.extractall(f"{folder}/zip")
+    (root,) = glob.glob(f"{folder}/zip/*")
     config = arguments.config.lower()
-    checks.same_names(names, {"bin/QV_3D.dll", "lib/libQV_3D.dll.a", "include/QV_3D.h", "README.md",
-                              "share/doc/QV_3D/LICENSE", "lib/pkgconfig/QV_3D.pc",
-                              *(f"lib/cmake/QV_3D/QV_3DConfig{end}.cmake" for end in ("", f"-{config}", "Version"))},
-                      f"files of {os.path.basename(path)}")
+    expected = {"bin/QV_3D.dll", "lib/libQV_3D.dll.a", "include/QV_3D.h", "README.md", "share/doc/QV_3D/LICENSE",
+                "lib/pkgconfig/QV_3D.pc",
+                *(f"lib/cmake/QV_3D/QV_3DConfig{end}.cmake" for end in ("", f"-{config}", "Version"))}
+    if arguments.host:
+        expected.add("bin/qv3d.exe")
+    checks.same_names(files_below(root), expected, f"files of {os.path.basename(path)}")
+    if arguments.host:
+        check_windows_program(root)
 
 
 with tempfile.TemporaryDirectory() as work:

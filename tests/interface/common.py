@@ -4,11 +4,11 @@ import subprocess
 import sys
 
 
-def run(command, **options):
-    """Runs a command and returns what it printed; a failure ends the check with the command and its words."""
+def run(command, status=0, **options):
+    """Runs a command and returns what it printed; another exit status ends the check with the command and its words."""
     command = [str(word) for word in command]
     done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **options)
-    if done.returncode != 0:
+    if done.returncode != status:
         sys.exit(f"FAILED ({done.returncode}): {' '.join(command)}\n{done.stdout}")
     return done.stdout
 
@@ -24,6 +24,15 @@ def read_table(path):
     if not rows:
         sys.exit(f"{path} has no rows")
     return rows
+
+
+# What every Windows has.
+WINDOWS_LIBRARIES = {"kernel32.dll", "msvcrt.dll", "user32.dll", "gdi32.dll", "opengl32.dll"}
+
+
+def imported_libraries(headers):
+    """The names, in lower case, of the DLLs that `objdump -p` says a file imports."""
+    return [name.lower() for name in re.findall(r"DLL Name: (\S+)", headers)]
 
 
 class Checks:

@@ -10,9 +10,9 @@ struct Offscreen::Context {
   std::string Open();
   void Close();
 
-  void* display = nullptr;  ///< EGLDisplay or HDC
-  void* surface = nullptr;  ///< EGLSurface or HWND
-  void* context = nullptr;  ///< EGLContext or HGLRC
+  void* display = nullptr;  ///< EGLDisplay
+  void* surface = nullptr;  ///< EGLSurface, or the hidden window that has all
+  void* context = nullptr;  ///< EGLContext
 };
 
 }  // namespace qv::test

@@ -1,5 +1,3 @@
-#include "import/child_process.h"
-
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -16,6 +14,7 @@
 #include <unistd.h>
 
 #include "failure.h"
+#include "import/child_process.h"
 
 namespace qv3d {
 namespace {
@@ -62,8 +61,21 @@ void SetLimit(int resource, rlim_t value) {
   setrlimit(resource, &limit);
 }
 
-[[noreturn]] void BeChild(const ChildLimits& limits, const std::function<int(int)>& work, Pipe& results,
-                          Pipe& errors, pid_t parent) {
+/// False where that fails.
+bool WriteAll(int descriptor, const void* bytes, std::size_t count) {
+  const char* at = static_cast<const char*>(bytes);
+  while (count > 0) {
+    const ssize_t written = write(descriptor, at, count);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    at += written;
+    count -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+[[noreturn]] void BeChild(const ChildLimits& limits, const std::function<int(const Reporter&)>& work,
+                          Pipe& results, Pipe& errors, pid_t parent) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != parent) _exit(1);
   dup2(errors.write, STDERR_FILENO);
@@ -73,7 +85,8 @@ void SetLimit(int resource, rlim_t value) {
   SetLimit(RLIMIT_AS, MappedBytes() + static_cast<rlim_t>(limits.memoryMiB) * 1024 * 1024);
   int status = 1;
   try {
-    status = work(results.write);
+    status =
+        work([&](const void* bytes, std::size_t count) { return WriteAll(results.write, bytes, count); });
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());
   }
@@ -116,19 +129,7 @@ bool Collect(pid_t child, Pipe& results, Pipe& errors, Clock::time_point deadlin
 
 }  // namespace
 
-bool WriteAll(int descriptor, const void* bytes, std::size_t count) {
-  const char* at = static_cast<const char*>(bytes);
-  while (count > 0) {
-    const ssize_t written = write(descriptor, at, count);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    at += written;
-    count -= static_cast<std::size_t>(written);
-  }
-  return true;
-}
-
-ChildOutcome RunInChild(const ChildLimits& limits, const std::function<int(int)>& work,
+ChildOutcome RunInChild(const ChildLimits& limits, const std::function<int(const Reporter&)>& work,
                         const std::function<void(const ChildState&)>& tick) {
   Pipe results, errors;
   ChildOutcome outcome;
@@ -153,6 +154,7 @@ ChildOutcome RunInChild(const ChildLimits& limits, const std::function<int(int)>
                 : WIFSIGNALED(status) ? ChildOutcome::End::kSignalled
                                       : ChildOutcome::End::kExited;
   outcome.code = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) outcome.signal = strsignal(outcome.code);
   return outcome;
 }
 

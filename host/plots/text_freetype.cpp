@@ -1,8 +1,8 @@
-#include "plots/text.h"
-
 #include <cstdint>
 #include <ft2build.h>
 #include <vector>
+
+#include "plots/text.h"
 
 #include FT_FREETYPE_H
 

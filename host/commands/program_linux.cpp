@@ -1,0 +1,17 @@
+#include "commands/commands.h"
+
+namespace qv3d {
+
+const Program& ThisProgram() {
+  static const Program kProgram{
+      "Measures and draws surfaces given as meshes.\n"
+      "A mesh is converted to a height map (seen along z), levelled, measured and drawn; no display is "
+      "needed.",
+      "demo",
+      {AddDemo,     AddInfo,          AddStats,     AddMesh2Grid, AddConvert, AddPoints2Grid, AddRender,
+       AddSpectrum, AddAutocorrelate, AddFftFilter, AddFilter,    AddPick,    AddGallery,     AddContour,
+       AddSection,  AddCut,           AddRoundness, AddResample,  AddPipe,    AddReport,      AddSelftest}};
+  return kProgram;
+}
+
+}  // namespace qv3d
