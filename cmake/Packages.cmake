@@ -21,6 +21,15 @@ if(WIN32)
   set(CPACK_PACKAGE_FILE_NAME QV_3D-${PROJECT_VERSION}-windows-${CMAKE_SYSTEM_PROCESSOR})
   # Only of the package: it has no other page.
   install(FILES README.md DESTINATION . COMPONENT dev EXCLUDE_FROM_ALL)
+  # What is linked in wants its licence beside it. Where Debian keeps those of the program's libraries.
+  set(notices ${CMAKE_INSTALL_DATAROOTDIR}/doc/QV_3D/linked_in)
+  install(FILES ${QV_3D_GLEW_SOURCE}/LICENSE.txt DESTINATION ${notices} RENAME glew COMPONENT lib EXCLUDE_FROM_ALL)
+  if(QV_3D_BUILD_HOST)
+    foreach(package IN ITEMS libcli11-dev libfmt-dev nlohmann-json3-dev)
+      install(FILES /usr/share/doc/${package}/copyright DESTINATION ${notices} RENAME ${package} COMPONENT tools
+        EXCLUDE_FROM_ALL OPTIONAL)
+    endforeach()
+  endif()
 else()
   set(CPACK_GENERATOR DEB)
   set(CPACK_DEB_COMPONENT_INSTALL ON)

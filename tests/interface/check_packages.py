@@ -123,10 +123,11 @@ def check_zip(folder):
     (root,) = glob.glob(f"{folder}/zip/*")
     config = arguments.config.lower()
     expected = {"bin/QV_3D.dll", "lib/libQV_3D.dll.a", "include/QV_3D.h", "README.md", "share/doc/QV_3D/LICENSE",
-                "lib/pkgconfig/QV_3D.pc",
+                "lib/pkgconfig/QV_3D.pc", "share/doc/QV_3D/linked_in/glew",
                 *(f"lib/cmake/QV_3D/QV_3DConfig{end}.cmake" for end in ("", f"-{config}", "Version"))}
     if arguments.host:
         expected.add("bin/qv3d.exe")
+        expected.update(f"share/doc/QV_3D/linked_in/{name}" for name in ("libcli11-dev", "libfmt-dev", "nlohmann-json3-dev"))
     checks.same_names(files_below(root), expected, f"files of {os.path.basename(path)}")
     if arguments.host:
         check_windows_program(root)
