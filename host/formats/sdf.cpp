@@ -83,8 +83,12 @@ FileGrid ReadBinary(const std::string& name, std::string_view bytes) {
   return grid;
 }
 
-Header AsciiHeader(const std::string& name, std::string_view text) {
-  const KeyValues keys(name, text);
+/// The standard has the row of the lowest y first. Gwyddion does not: it writes what it shows on top.
+std::optional<Origin> OriginOfMaker(const std::string& maker) {
+  return maker == "Gwyddion" ? std::optional(Origin::kTop) : std::nullopt;
+}
+
+Header AsciiHeader(const KeyValues& keys) {
   Header h;
   h.points = keys.Number("numpoints");
   h.profiles = keys.Number("numprofiles");
@@ -137,7 +141,9 @@ FileGrid ReadAscii(const std::string& name, std::string_view bytes) {
   const std::size_t end = FindAsterisk(bytes, 0);
   if (end == bytes.size()) RefuseCorrupt(name, "no line with an asterisk ends the header");
   FileGrid grid;
-  const Header header = AsciiHeader(name, bytes.substr(0, end));
+  const KeyValues keys(name, bytes.substr(0, end));
+  const Header header = AsciiHeader(keys);
+  grid.origin = OriginOfMaker(keys.Text("manufacid"));
   TypeOf(name, header.dataType);
   const std::size_t count = Apply(name, header, grid);
   const std::size_t data = std::min(bytes.find('\n', end), bytes.size() - 1) + 1;
@@ -149,7 +155,7 @@ FileGrid ReadAscii(const std::string& name, std::string_view bytes) {
 }  // namespace
 
 bool IsSdf(std::string_view bytes) {
-  for (const std::string_view magic : {"aISO-1.0", "bISO-1.0", "aBCR-1.0", "bBCR-1.0"}) {
+  for (const std::string_view magic : {"aISO-1.0", "bISO-1.0", "aBCR-1.0", "bBCR-1.0", "aBCR-0.0"}) {
     if (bytes.substr(0, kVersionBytes) == magic) return true;
   }
   return false;

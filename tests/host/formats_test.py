@@ -73,7 +73,7 @@ class Convert(FormatTest):
     def test_first_row_of_every_format_lies_where_the_table_says(self):
         for name, origin in (("plate.csv", "bottom"), ("plate.sdf", "bottom"), ("plate.x3p", "bottom"), ("plate.gsf", "top"),
                              ("plate.bcr", "bottom"), ("plate.bcrf", "bottom"), ("plate.al3d", "top"), ("float.tif", "top"),
-                             ("grey.tif", "bottom"), ("plate.png", "top")):
+                             ("grey.tif", "bottom"), ("plate.png", "top"), ("gwyddion.sdf", "top"), ("gwyddion.txt", "top")):
             self.assertEqual(self.run_json("info", name)["firstRow"], origin, name)
 
     def test_bodies_are_closed_meshes_that_measure_alike(self):
@@ -100,6 +100,29 @@ class Convert(FormatTest):
         result = self.run_program("convert", "bare.tif", "-o", "out.csv", "--height-scale", "0.5")
         self.assertEqual(result.stderr, "")
         self.assertEqual(read_rows(self.path("out.csv"))[0][0], 5.5)
+
+    def test_row_that_a_file_names_counts_more_than_its_maker(self):
+        said = format_samples.gwyddion_matrix().replace(b"# Value", b"# First row: bottom\n# Value")
+        for content in (said, b"# First row: bottom\n" + format_samples.gwyddion_matrix()):
+            self.write("said.txt", content)
+            self.assertEqual(self.run_json("info", "said.txt")["firstRow"], "bottom")
+
+    def test_notes_of_gwyddions_pictures_are_understood(self):
+        # A level is a nanometre.
+        levels = [round(1000 * ((8.25 if math.isnan(z) else z) + 20)) for z in format_samples.TOP]
+        self.write("noted.png", format_samples.png(format_samples.GWYDDION_NOTES, levels))
+        result = self.run_program("convert", "noted.png", "-o", "out.csv", "--unit", "um")
+        self.assertEqual(result.stderr, "")
+        wanted = [[8.25 if math.isnan(z) else z for z in row] for row in format_samples.PLATE]
+        for row, wanted_row in zip(read_rows(self.path("out.csv")), wanted):
+            for z, w in zip(row, wanted_row):
+                self.assertAlmostEqual(z, w, delta=1e-4)
+        grid = self.run_json("info", "noted.png", "--unit", "um")["grid"]
+        self.assertAlmostEqual(grid["spacingX"], 20, places=5)
+        self.assertAlmostEqual(grid["spacingY"], 50, places=5)
+        for note in (("Gwy::XYUnit", "V"), ("Gwy::XReal", "-1")):
+            self.write("bad.png", format_samples.png(format_samples.GWYDDION_NOTES + [note], levels))
+            self.assertIn("extent", self.run_program("info", "bad.png", status=3).stderr)
 
     def test_written_picture_is_a_picture(self):
         self.run_program("convert", "plate.csv", "-o", "out.png")
