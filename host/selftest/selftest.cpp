@@ -18,7 +18,7 @@ namespace qv3d {
 namespace {
 
 /// Of the files that height maps are written to.
-constexpr const char* kGaugeExtension = ".csv";
+constexpr const char* kGaugeExtension = ".sdf";
 
 struct Family {
   const char* name;
