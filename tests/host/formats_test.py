@@ -52,6 +52,21 @@ class Convert(FormatTest):
             self.run_program("convert", last, "-o", "last.csv", "--unit", "um")
             self.expect_plate("last.csv", tolerance=2e-3)
 
+    def test_what_is_told_of_the_measurement_goes_along(self):
+        told = {"created": "2020-01-01T00:00:00", "modified": "2020-01-01T00:00:00", "maker": "test"}
+        self.assertEqual(self.run_json("info", "plate.sdf")["provenance"], told)
+        self.run_program("convert", "plate.sdf", "-o", "one.sdf", "-o", "one.x3p")
+        self.assertEqual(self.run_json("info", "one.sdf")["provenance"], told)
+        self.run_program("convert", "one.x3p", "-o", "two.x3p", "-o", "two.sdf")
+        del told["modified"]  # which X3P has no room for
+        for name in ("one.x3p", "two.x3p", "two.sdf"):
+            self.assertEqual(self.run_json("info", name)["provenance"], told, name)
+        self.assertRegex(self.run_program("info", "two.sdf").stdout, r"(?m)^maker +test$")
+        self.assertEqual(self.run_json("info", "plate.csv")["provenance"], {})
+        # A filter makes another surface.
+        self.run_program("filter", "plate.sdf", "--mean", "3", "-o", "filtered.sdf")
+        self.assertEqual(self.run_json("info", "filtered.sdf")["provenance"], {})
+
     def test_variants_are_chosen_by_name(self):
         self.run_program("convert", "plate.sdf", "-o", "out.sdf", "-o", "out.dat", "--format", "sdf-ascii")
         with open(self.path("out.dat"), "rb") as file:
