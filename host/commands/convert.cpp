@@ -45,8 +45,10 @@ void RunConvert(const ConvertOptions& options) {
   Progress progress(options.import.quiet);
   const LoadedMap loaded = LoadHeightMap(options.import, progress);
   progress.Phase("writing the grid");
+  GridWriting writing = options.writing;
+  writing.provenance = loaded.provenance;
   for (const std::filesystem::path& output : options.outputs) {
-    WriteGrid(output, loaded.map, options.import.unit, options.writing);
+    WriteGrid(output, loaded.map, options.import.unit, writing);
     progress.Tick();
   }
   progress.Finish();

@@ -68,6 +68,7 @@ void PrintGridText(const ImportOptions& options, const GridContent& content, std
   fmt::print("missing     {} samples ({:.2f} %)\n", missing,
              100 * static_cast<double>(missing) / static_cast<double>(map.heights.size()));
   fmt::print("first row   {}\n", NameOf(content.origin));
+  for (const auto& [key, text] : file.provenance) fmt::print("{:<11} {}\n", key, text);
 }
 
 void PrintGridJson(const ImportOptions& options, const GridContent& content, std::uintmax_t bytes) {
@@ -86,8 +87,10 @@ void PrintGridJson(const ImportOptions& options, const GridContent& content, std
                       {{"spacing", StatesSpacing(content.file)},
                        {"lateralUnit", content.file.lateralMetres > 0},
                        {"heightUnit", content.file.heightMetres > 0}}},
+                     {"provenance", content.file.provenance},
                      {"remarks", content.file.remarks}};
-  fmt::print("{}\n", json.dump(2));
+  // What a file tells need not be UTF-8.
+  fmt::print("{}\n", json.dump(2, ' ', false, Json::error_handler_t::replace));
 }
 
 void RunGridInfo(const ImportOptions& options, Progress& progress) {

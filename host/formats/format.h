@@ -9,6 +9,7 @@
 
 #include "analysis/height_map.h"
 #include "failure.h"
+#include "formats/provenance.h"
 
 namespace qv3d {
 
@@ -28,6 +29,7 @@ struct FileGrid {
   bool scaleMissing = false;          ///< grey levels whose height the file does not tell
   std::vector<double> values;         ///< row by row in the file's order; NaN where nothing was measured
   std::vector<std::string> remarks;   ///< what was wrong but could be read
+  Provenance provenance;              ///< what it tells besides
 };
 
 /// A grid on its way to a file.
@@ -36,6 +38,7 @@ struct GridToWrite {
   std::string unit;  ///< of all lengths, as in --unit
   Origin origin = Origin::kBottom;
   bool areHeights = true;  ///< otherwise the values are no lengths
+  Provenance provenance = {};
 
   /// The samples of a row of the file.
   const float* Row(int fileRow) const;

@@ -127,9 +127,10 @@ GridContent ReadGridContent(const std::filesystem::path& path, const GridReading
   return UnderstandGrid(path.string(), *format, std::move(bytes), reading);
 }
 
-HeightMap ReadGrid(const std::filesystem::path& path, const GridReading& reading) {
+HeightMap ReadGrid(const std::filesystem::path& path, const GridReading& reading, Provenance* provenance) {
   GridContent content = ReadGridContent(path, reading);
   PrintRemarks(path, content, reading);
+  if (provenance != nullptr) *provenance = std::move(content.file.provenance);
   return std::move(content.map);
 }
 
@@ -156,7 +157,7 @@ void WriteGrid(const std::filesystem::path& path, const HeightMap& map, const st
   if (writing.format == nullptr) RequireGridFormat(path);
   const GridFormat& format = writing.format != nullptr ? *writing.format : *FindWritable(path.string());
   const Origin origin = OriginOf(path.string(), format, {}, writing.origin);
-  WriteWholeFile(path, format.write({map, unit, origin}));
+  WriteWholeFile(path, format.write({map, unit, origin, true, writing.provenance}));
 }
 
 void WriteGridOfNumbers(const std::filesystem::path& path, const HeightMap& map, const std::string& unit) {

@@ -37,8 +37,10 @@ GridContent UnderstandGrid(const std::string& name, const GridFormat& format, st
                            const GridReading& reading);
 
 /// The height map of a file: its lowest row first, lengths in the unit that was asked for, missing samples
-/// QV_BAD_SAMPLE. Says on the standard error stream what is doubtful about the file.
-HeightMap ReadGrid(const std::filesystem::path& path, const GridReading& reading);
+/// QV_BAD_SAMPLE; and what the file tells besides, unless null. Says on the standard error stream what is
+/// doubtful about the file.
+HeightMap ReadGrid(const std::filesystem::path& path, const GridReading& reading,
+                   Provenance* provenance = nullptr);
 
 /// Prints what is doubtful about a file that was read.
 void PrintRemarks(const std::filesystem::path& path, const GridContent& content, const GridReading& reading);
@@ -46,6 +48,7 @@ void PrintRemarks(const std::filesystem::path& path, const GridContent& content,
 struct GridWriting {
   const GridFormat* format = nullptr;  ///< null: by the extension
   std::optional<Origin> origin;        ///< where the first row is to lie; otherwise as the format has it
+  Provenance provenance = {};          ///< to be told, as far as the format has room for it
 };
 
 /// Throws Failure (usage) where the file's extension is of no format that can be written.

@@ -13,6 +13,31 @@ namespace {
 constexpr double kHighestLevel = 65535;
 constexpr const char* kMissingLevel = "0";
 
+/// height = level * scale + offset; as the file has it, or nothing.
+struct LevelScale {
+  double scale = 1, offset = 0;
+  bool known = false;
+};
+
+/// Notes of Gwyddion's pictures, "Gwy::XReal" and so on: the extent of all cells, and the heights of the
+/// lowest and of the highest level that there can be.
+LevelScale ApplyGwyddionNotes(const std::string& name, const KeyValues& notes, FileGrid& grid) {
+  std::string foreign;
+  grid.lateralMetres = UnitOf(notes.Text("gwyxyunit"), foreign);
+  const double width = notes.Number("gwyxreal", 0), height = notes.Number("gwyyreal", 0);
+  if (!foreign.empty() || width < 0 || height < 0) {
+    RefuseCorrupt(name, fmt::format("the picture's notes state an extent of {:g} x {:g} \"{}\"", width,
+                                    height, notes.Text("gwyxyunit").substr(0, 40)));
+  }
+  grid.spacingX = width / grid.width;
+  grid.spacingY = height / grid.height;
+  grid.x0 = notes.Number("gwyxoffset", 0) + grid.spacingX / 2;
+  grid.y0 = notes.Number("gwyyoffset", 0) + grid.spacingY / 2;
+  grid.heightMetres = UnitOf(notes.Text("gwyzunit"), grid.foreignUnit);
+  const double low = notes.Number("gwyzmin"), high = notes.Number("gwyzmax");
+  return {(high - low) / kHighestLevel, low, true};
+}
+
 void ApplyPlace(const std::string& name, const KeyValues& notes, FileGrid& grid) {
   std::string foreign;
   grid.lateralMetres = UnitOf(notes.Text("spacing unit"), foreign);
@@ -24,6 +49,13 @@ void ApplyPlace(const std::string& name, const KeyValues& notes, FileGrid& grid)
   }
   grid.x0 = notes.Number("first x", 0);
   grid.y0 = notes.Number("first y", 0);
+}
+
+LevelScale ApplyScale(const std::string& name, const KeyValues& notes, FileGrid& grid) {
+  if (notes.Has("gwyzmin") && notes.Has("gwyzmax")) return ApplyGwyddionNotes(name, notes, grid);
+  ApplyPlace(name, notes, grid);
+  grid.heightMetres = UnitOf(notes.Text("height unit"), grid.foreignUnit);
+  return {notes.Number("z scale", 1), notes.Number("z offset", 0), notes.Has("z scale")};
 }
 
 }  // namespace
@@ -64,16 +96,14 @@ PictureNotes NotesOf(const GridToWrite& grid, const GreyLevels* levels) {
 
 void ApplyNotes(const std::string& name, const std::string& lines, bool areLevels, FileGrid& grid) {
   const KeyValues notes(name, lines, ':');
-  ApplyPlace(name, notes, grid);
-  grid.heightMetres = UnitOf(notes.Text("height unit"), grid.foreignUnit);
+  const LevelScale level = ApplyScale(name, notes, grid);
   if (notes.Text("first row") == "bottom") grid.origin = Origin::kBottom;
-  const double scale = notes.Number("z scale", 1), offset = notes.Number("z offset", 0);
   const bool hasMissing = notes.Has("missing level");
   const double missing = notes.Number("missing level", 0);
-  grid.scaleMissing = areLevels && !notes.Has("z scale");
+  grid.scaleMissing = areLevels && !level.known;
   for (double& value : grid.values) {
-    value =
-        hasMissing && value == missing ? std::numeric_limits<double>::quiet_NaN() : value * scale + offset;
+    value = hasMissing && value == missing ? std::numeric_limits<double>::quiet_NaN()
+                                           : value * level.scale + level.offset;
   }
 }
 

@@ -70,9 +70,11 @@ void TakeNotes(Reading& reading) {
   int count = 0;
   png_get_text(reading.png, reading.info, &texts, &count);
   for (int i = 0; i < count; ++i) {
-    std::string value = texts[i].text;
+    std::string key = texts[i].key, value = texts[i].text;
+    // A colon ends the key.
+    key.erase(std::remove(key.begin(), key.end(), ':'), key.end());
     std::replace(value.begin(), value.end(), '\n', ' ');
-    reading.notes += fmt::format("{}: {}\n", texts[i].key, value);
+    reading.notes += fmt::format("{}: {}\n", key, value);
   }
 }
 

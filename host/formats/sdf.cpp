@@ -16,6 +16,9 @@ namespace qv3d {
 namespace {
 
 constexpr std::size_t kVersionBytes = 8, kBinaryHeaderBytes = 81;
+constexpr std::string_view kGwyddionVersion = "aBCR-0.0";
+constexpr std::array<std::string_view, 5> kVersions{"aISO-1.0", "bISO-1.0", "aBCR-1.0", "bBCR-1.0",
+                                                    kGwyddionVersion};
 constexpr int kDoubles = 7;
 /// Both spellings of a binary number that is none: NaN here, the ends of the range in other programs' files.
 constexpr MissingRule kMissing{.lowestInteger = true, .extremeFloat = true};
@@ -73,6 +76,8 @@ FileGrid ReadBinary(const std::string& name, std::string_view bytes) {
   const Header header = BinaryHeader(bytes);
   const std::size_t count = Apply(name, header, grid);
   const SampleType type = TypeOf(name, header.dataType);
+  grid.provenance = FromSdf({std::string(bytes.substr(8, 10)), std::string(bytes.substr(18, 12)),
+                             std::string(bytes.substr(30, 12))});
   bytes.remove_prefix(kBinaryHeaderBytes);
   if (bytes.size() / BytesOf(type) < count) {
     RefuseCorrupt(name, fmt::format("the header announces {} x {} samples, but the file ends after {}",
@@ -83,8 +88,13 @@ FileGrid ReadBinary(const std::string& name, std::string_view bytes) {
   return grid;
 }
 
-Header AsciiHeader(const std::string& name, std::string_view text) {
-  const KeyValues keys(name, text);
+/// The standard has the row of the lowest y first. Gwyddion does not: it writes what it shows on top. Its
+/// version tells its files from those of others that only name it.
+std::optional<Origin> OriginOfMaker(std::string_view version, const std::string& maker) {
+  return version == kGwyddionVersion && maker == "Gwyddion" ? std::optional(Origin::kTop) : std::nullopt;
+}
+
+Header AsciiHeader(const KeyValues& keys) {
   Header h;
   h.points = keys.Number("numpoints");
   h.profiles = keys.Number("numprofiles");
@@ -137,7 +147,10 @@ FileGrid ReadAscii(const std::string& name, std::string_view bytes) {
   const std::size_t end = FindAsterisk(bytes, 0);
   if (end == bytes.size()) RefuseCorrupt(name, "no line with an asterisk ends the header");
   FileGrid grid;
-  const Header header = AsciiHeader(name, bytes.substr(0, end));
+  const KeyValues keys(name, bytes.substr(0, end));
+  const Header header = AsciiHeader(keys);
+  grid.origin = OriginOfMaker(bytes.substr(0, kVersionBytes), keys.Text("manufacid"));
+  grid.provenance = FromSdf({keys.Text("manufacid"), keys.Text("createdate"), keys.Text("moddate")});
   TypeOf(name, header.dataType);
   const std::size_t count = Apply(name, header, grid);
   const std::size_t data = std::min(bytes.find('\n', end), bytes.size() - 1) + 1;
@@ -149,7 +162,7 @@ FileGrid ReadAscii(const std::string& name, std::string_view bytes) {
 }  // namespace
 
 bool IsSdf(std::string_view bytes) {
-  for (const std::string_view magic : {"aISO-1.0", "bISO-1.0", "aBCR-1.0", "bBCR-1.0"}) {
+  for (const std::string_view magic : kVersions) {
     if (bytes.substr(0, kVersionBytes) == magic) return true;
   }
   return false;

@@ -36,8 +36,8 @@ std::string WriteSdf(const GridToWrite& grid) {
                   "--format sdf-ascii knows no limit.");
   }
   const Scales scales = ScalesOf(grid);
-  // Maker, and two dates that are not told: the same surface makes the same file.
-  std::string bytes = fmt::format("bISO-1.0{:<10}{:<12}{:<12}", "QV_3D", "010120000000", "010120000000");
+  const SdfProvenance told = ToSdf(grid.provenance);
+  std::string bytes = fmt::format("bISO-1.0{:<10.10}{:<12}{:<12}", told.maker, told.created, told.modified);
   StoreLittle(bytes, static_cast<std::uint16_t>(map.width));
   StoreLittle(bytes, static_cast<std::uint16_t>(map.height));
   for (const double number : {scales.x, scales.y, scales.z, -1.0}) StoreLittle(bytes, number);
@@ -53,8 +53,11 @@ std::string WriteSdf(const GridToWrite& grid) {
 std::string WriteAsciiSdf(const GridToWrite& grid) {
   const HeightMap& map = grid.map;
   const Scales scales = ScalesOf(grid);
-  std::string text = fmt::format(
-      "aISO-1.0\nManufacID = QV_3D\nCreateDate = 010120000000\nModDate = 010120000000\nNumPoints = {}\n"
+  const SdfProvenance told = ToSdf(grid.provenance);
+  std::string text = fmt::format("aISO-1.0\nManufacID = {}\nCreateDate = {}\nModDate = {}\n", told.maker,
+                                 told.created, told.modified);
+  text += fmt::format(
+      "NumPoints = {}\n"
       "NumProfiles = {}\nXscale = {:.9g}\nYscale = {:.9g}\nZscale = {}\nZresolution = -1\nCompression = 0\n"
       "DataType = {}\nCheckType = 0\n*\n",
       map.width, map.height, scales.x, scales.y, scales.z, kDoubles);

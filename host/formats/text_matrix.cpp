@@ -34,6 +34,8 @@ void ApplyComments(const std::vector<std::string>& comments, FileGrid& grid) {
     if (key == "Width") grid.spacingX = LengthOf(value) / grid.width;
     if (key == "Height") grid.spacingY = LengthOf(value) / grid.height;
     if (key == "Value units") grid.heightMetres = UnitInMetres(std::string(value));
+    // Gwyddion's: it names the channel, and writes the row first that it shows on top.
+    if (key == "Channel" && !grid.origin) grid.origin = Origin::kTop;
     if (key == "First row" && value == "top") grid.origin = Origin::kTop;
     if (key == "First row" && value == "bottom") grid.origin = Origin::kBottom;
   }

@@ -12,6 +12,7 @@
 #include "formats/md5.h"
 #include "formats/readers.h"
 #include "formats/samples.h"
+#include "formats/x3p_provenance.h"
 #include "formats/zip_archive.h"
 
 namespace qv3d {
@@ -156,6 +157,21 @@ void ReadListed(const std::string& name, const pugi::xml_node& list, std::size_t
   }
 }
 
+/// Programs write the first day of 1970, at the hour of their time zone, for a date that is not told.
+bool IsTold(const std::string& text) {
+  return !text.empty() && text != kNoX3pText && text.rfind("1970-01-01", 0) != 0;
+}
+
+Provenance ReadProvenance(const pugi::xml_node& record2) {
+  Provenance provenance;
+  for (const X3pNote& note : kX3pNotes) {
+    const std::string text =
+        *note.group == '\0' ? TextAt(record2, {note.element}) : TextAt(record2, {note.group, note.element});
+    if (IsTold(text)) provenance[note.key] = text;
+  }
+  return provenance;
+}
+
 pugi::xml_node Parse(const std::string& name, const ZipArchive& archive, pugi::xml_document& document) {
   const std::optional<std::string> text = archive.Read(kDescription, kLongestDescription);
   if (!text) RefuseCorrupt(name, fmt::format("no X3P file: there is no {} in the archive", kDescription));
@@ -186,6 +202,7 @@ FileGrid ReadX3p(const std::string& name, std::string&& bytes) {
   ReadLateralAxes(name, axes, grid);
   const HeightAxis axis = ReadHeightAxis(name, axes);
   const std::size_t count = ReadSize(name, record3, grid);
+  grid.provenance = ReadProvenance(Child(root, "Record2"));
   const pugi::xml_node list = Child(record3, "DataList");
   if (list) {
     ReadListed(name, list, count, grid);

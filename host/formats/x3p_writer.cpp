@@ -1,4 +1,5 @@
 // X3P: writing, as 64-bit floats in metres with a validity mask.
+#include <algorithm>
 #include <bit>
 #include <fmt/format.h>
 #include <limits>
@@ -6,6 +7,7 @@
 #include "formats/md5.h"
 #include "formats/readers.h"
 #include "formats/samples.h"
+#include "formats/x3p_provenance.h"
 #include "formats/zip_archive.h"
 #include "units.h"
 
@@ -48,7 +50,40 @@ std::string Axis(const char* name, double increment, double offset) {
       name, increment, offset);
 }
 
-std::string Describe(const HeightMap& map, double metres, const Samples& samples) {
+/// Without the characters that XML keeps for itself, or does not know.
+std::string Escaped(const std::string& text) {
+  std::string escaped;
+  for (const char c : text) {
+    const bool unknown = c >= '\0' && c < ' ' && c != '\t' && c != '\n';
+    escaped += unknown ? " " : c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
+  }
+  return escaped;
+}
+
+/// What is told of the measurement; nothing where nothing is.
+std::string Record2(const Provenance& provenance) {
+  const bool any = std::any_of(kX3pNotes.begin(), kX3pNotes.end(),
+                               [&](const X3pNote& note) { return provenance.count(note.key) != 0; });
+  if (!any) return {};
+  std::string text = "  <Record2>\n";
+  const char* open = "";
+  const auto change = [&](const char* group) {
+    if (std::string_view(open) == group) return;
+    if (*open != '\0') text += fmt::format("    </{}>\n", open);
+    if (*group != '\0') text += fmt::format("    <{}>\n", group);
+    open = group;
+  };
+  for (const X3pNote& note : kX3pNotes) {
+    const std::string told = TextOf(provenance, note.key, note.untold);
+    change(note.group);
+    if (!told.empty())
+      text += fmt::format("{0}    <{1}>{2}</{1}>\n", *open != '\0' ? "  " : "", note.element, Escaped(told));
+  }
+  return text + "  </Record2>\n";
+}
+
+std::string Describe(const GridToWrite& grid, double metres, const Samples& samples) {
+  const HeightMap& map = grid.map;
   std::string text =
       "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"?>\n"
       "<p:ISO5436_2 xmlns:p=\"http://www.opengps.eu/2008/ISO5436_2\">\n"
@@ -59,6 +94,7 @@ std::string Describe(const HeightMap& map, double metres, const Samples& samples
   text +=
       "      <CZ>\n        <AxisType>A</AxisType>\n        <DataType>D</DataType>\n      </CZ>\n    </Axes>\n"
       "  </Record1>\n";
+  text += Record2(grid.provenance);
   text += fmt::format(
       "  <Record3>\n    <MatrixDimension>\n      <SizeX>{}</SizeX>\n      <SizeY>{}</SizeY>\n"
       "      <SizeZ>1</SizeZ>\n    </MatrixDimension>\n    <DataLink>\n"
@@ -80,7 +116,7 @@ std::string Describe(const HeightMap& map, double metres, const Samples& samples
 std::string WriteX3p(const GridToWrite& grid) {
   const double metres = UnitInMetres(grid.unit);
   const Samples samples = Collect(grid, metres);
-  const std::string description = Describe(grid.map, metres, samples);
+  const std::string description = Describe(grid, metres, samples);
   std::vector<std::pair<std::string, std::string>> members{
       {"main.xml", description},
       {"md5checksum.hex", fmt::format("{} *main.xml\n", Md5Of(description))},

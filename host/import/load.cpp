@@ -28,7 +28,7 @@ void ReadMap(const ImportOptions& options, LoadedMap& loaded, Progress& progress
                   "qv3d resample changes their number.");
   }
   progress.Phase("reading the height map");
-  loaded.map = ReadGrid(options.file, ReadingOf(options));
+  loaded.map = ReadGrid(options.file, ReadingOf(options), &loaded.provenance);
   loaded.missing = CountMissing(loaded.map);
   if (loaded.missing == loaded.map.heights.size()) {
     throw Failure(ExitCode::kNotComputable, "every sample of the height map is missing");

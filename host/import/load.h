@@ -36,6 +36,7 @@ struct LoadedMap {
   MeshFacts mesh;
   HeightMap map;            ///< filled and levelled as asked for
   std::size_t missing = 0;  ///< samples that were missing before filling
+  Provenance provenance;    ///< of a height map
   Plane plane;              ///< what levelling subtracted
 
   double MissingShare() const {

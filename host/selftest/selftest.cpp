@@ -131,8 +131,8 @@ std::vector<std::filesystem::path> WriteGauges(const std::filesystem::path& fold
   std::vector<std::filesystem::path> files;
   Gauges copy = gauges;
   for (const auto& [name, map] : MapsOf(copy)) {
-    files.push_back(folder / fmt::format("{}.csv", name));
-    WriteWholeFile(files.back(), WriteTextMatrix({*map, kGaugeUnit}));
+    files.push_back(folder / fmt::format("{}.sdf", name));
+    WriteWholeFile(files.back(), WriteSdf({*map, kGaugeUnit}));
   }
   files.push_back(folder / "lobes.txt");
   WriteWholeFile(files.back(), ProfileText(gauges.lobes));

@@ -28,6 +28,12 @@ def comma_matrix():
     return ("# Width: 0.1 mm\n# Height: 0.15 mm\n# Value units: mm\n" + rows + "\n").encode()
 
 
+def gwyddion_matrix():
+    """As Gwyddion exports it: the channel's name, and the row on top first."""
+    rows = "\n".join("\t".join("%g" % (z * 1e-6) for z in row) for row in reversed(PLATE))
+    return ("# Channel: plate\n# Width: 0.10 mm\n# Height: 0.15 mm\n# Value units: m\n" + rows + "\n").encode()
+
+
 def points():
     lines = ["%.9g %.9g %.9g" % (i * DX * 1e3, j * DY * 1e3, z / 1000)
              for j, row in enumerate(PLATE) for i, z in enumerate(row) if not math.isnan(z)]
@@ -44,6 +50,14 @@ def ascii_sdf():
             "Xscale = 2.0E-5\nYscale = 5e-05\nZscale = 1.0E-6\nZresolution = 1e-9\nCompression = 0\nDataType = 7\nCheckType = 0\n")
     words = ["BAD" if math.isnan(z) else "%.4f" % z for z in BOTTOM]
     return ("aISO-1.0\n" + keys + "*\n" + " ".join(words) + "\n*\n<Operator>nobody</Operator>\n*").encode()
+
+
+def gwyddion_sdf():
+    """As Gwyddion exports it: a version of its own, and the row on top first."""
+    keys = ("ManufacID   = Gwyddion\nCreateDate  = 010120200000\nModDate     = 010120200000\nNumPoints   = 5\nNumProfiles = 3\n"
+            "Xscale      = 2.000000e-05\nYscale      = 5.000000e-05\nZscale      = 1.000000e+00\nZresolution = -1\n"
+            "Compression = 0\nDataType    = 3\nCheckType   = 0\nNumDataSet  = 1\nNanPresent  = 0\n")
+    return ("aBCR-0.0\n" + keys + "*\n" + "".join("%g\n" % (z * 1e-6) for z in TOP)).encode()
 
 
 def binary_sdf(kind=7, scale=1e-6, encode=lambda z: struct.pack("<d", -1.7976931348623157e308 if math.isnan(z) else z),
@@ -129,6 +143,9 @@ def listed_x3p():
 
 NOTES = [("Height unit", "um"), ("Spacing unit", "um"), ("Spacing x", "20"), ("Spacing y", "50")]
 LEVEL_NOTES = NOTES + [("Z scale", "0.25"), ("Z offset", "-25"), ("Missing level", "0")]
+# As Gwyddion states what the lowest and the highest level mean, and the extent of all cells.
+GWYDDION_NOTES = [("Gwy::XReal", "0.0001"), ("Gwy::YReal", "0.00015"), ("Gwy::XOffset", "0"), ("Gwy::YOffset", "0"),
+                  ("Gwy::ZMin", "-2e-05"), ("Gwy::ZMax", "4.5535e-05"), ("Gwy::XYUnit", "m"), ("Gwy::ZUnit", "m")]
 LEVELS = [0 if math.isnan(z) else round((z + 25) * 4) for z in TOP]
 
 
@@ -158,20 +175,20 @@ def grey_tiff():
     return tiff(16, 1, struct.pack(">15H", *levels), LEVEL_NOTES, ">", 4)
 
 
-def png():
+def png(notes=None, levels=None):
     def chunk(kind, body):
         return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
 
-    rows = b"".join(b"\0" + struct.pack(">5H", *LEVELS[5 * j:5 * j + 5]) for j in range(HEIGHT))
-    texts = b"".join(chunk(b"tEXt", ("%s\0%s" % note).encode()) for note in LEVEL_NOTES)
+    rows = b"".join(b"\0" + struct.pack(">5H", *(levels or LEVELS)[5 * j:5 * j + 5]) for j in range(HEIGHT))
+    texts = b"".join(chunk(b"tEXt", ("%s\0%s" % note).encode()) for note in notes or LEVEL_NOTES)
     return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", WIDTH, HEIGHT, 16, 0, 0, 0, 0)) + texts +
             chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
 
 
 SAMPLES = {
-    "csv": {"plate.csv": text_matrix, "comma.txt": comma_matrix},
+    "csv": {"plate.csv": text_matrix, "comma.txt": comma_matrix, "gwyddion.txt": gwyddion_matrix},
     "xyz": {"plate.xyz": points, "comma.xyz": comma_points},
-    "sdf": {"ascii.sdf": ascii_sdf, "plate.sdf": binary_sdf, "integer.sdf": integer_sdf},
+    "sdf": {"ascii.sdf": ascii_sdf, "plate.sdf": binary_sdf, "integer.sdf": integer_sdf, "gwyddion.sdf": gwyddion_sdf},
     "x3p": {"plate.x3p": x3p, "listed.x3p": listed_x3p},
     "gsf": {"plate.gsf": gsf},
     "bcr": {"plate.bcr": bcr, "plate.bcrf": bcrf},

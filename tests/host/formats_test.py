@@ -52,6 +52,21 @@ class Convert(FormatTest):
             self.run_program("convert", last, "-o", "last.csv", "--unit", "um")
             self.expect_plate("last.csv", tolerance=2e-3)
 
+    def test_what_is_told_of_the_measurement_goes_along(self):
+        told = {"created": "2020-01-01T00:00:00", "modified": "2020-01-01T00:00:00", "maker": "test"}
+        self.assertEqual(self.run_json("info", "plate.sdf")["provenance"], told)
+        self.run_program("convert", "plate.sdf", "-o", "one.sdf", "-o", "one.x3p")
+        self.assertEqual(self.run_json("info", "one.sdf")["provenance"], told)
+        self.run_program("convert", "one.x3p", "-o", "two.x3p", "-o", "two.sdf")
+        del told["modified"]  # which X3P has no room for
+        for name in ("one.x3p", "two.x3p", "two.sdf"):
+            self.assertEqual(self.run_json("info", name)["provenance"], told, name)
+        self.assertRegex(self.run_program("info", "two.sdf").stdout, r"(?m)^maker +test$")
+        self.assertEqual(self.run_json("info", "plate.csv")["provenance"], {})
+        # A filter makes another surface.
+        self.run_program("filter", "plate.sdf", "--mean", "3", "-o", "filtered.sdf")
+        self.assertEqual(self.run_json("info", "filtered.sdf")["provenance"], {})
+
     def test_variants_are_chosen_by_name(self):
         self.run_program("convert", "plate.sdf", "-o", "out.sdf", "-o", "out.dat", "--format", "sdf-ascii")
         with open(self.path("out.dat"), "rb") as file:
@@ -73,7 +88,7 @@ class Convert(FormatTest):
     def test_first_row_of_every_format_lies_where_the_table_says(self):
         for name, origin in (("plate.csv", "bottom"), ("plate.sdf", "bottom"), ("plate.x3p", "bottom"), ("plate.gsf", "top"),
                              ("plate.bcr", "bottom"), ("plate.bcrf", "bottom"), ("plate.al3d", "top"), ("float.tif", "top"),
-                             ("grey.tif", "bottom"), ("plate.png", "top")):
+                             ("grey.tif", "bottom"), ("plate.png", "top"), ("gwyddion.sdf", "top"), ("gwyddion.txt", "top")):
             self.assertEqual(self.run_json("info", name)["firstRow"], origin, name)
 
     def test_bodies_are_closed_meshes_that_measure_alike(self):
@@ -100,6 +115,29 @@ class Convert(FormatTest):
         result = self.run_program("convert", "bare.tif", "-o", "out.csv", "--height-scale", "0.5")
         self.assertEqual(result.stderr, "")
         self.assertEqual(read_rows(self.path("out.csv"))[0][0], 5.5)
+
+    def test_row_that_a_file_names_counts_more_than_its_maker(self):
+        said = format_samples.gwyddion_matrix().replace(b"# Value", b"# First row: bottom\n# Value")
+        for content in (said, b"# First row: bottom\n" + format_samples.gwyddion_matrix()):
+            self.write("said.txt", content)
+            self.assertEqual(self.run_json("info", "said.txt")["firstRow"], "bottom")
+
+    def test_notes_of_gwyddions_pictures_are_understood(self):
+        # A level is a nanometre.
+        levels = [round(1000 * ((8.25 if math.isnan(z) else z) + 20)) for z in format_samples.TOP]
+        self.write("noted.png", format_samples.png(format_samples.GWYDDION_NOTES, levels))
+        result = self.run_program("convert", "noted.png", "-o", "out.csv", "--unit", "um")
+        self.assertEqual(result.stderr, "")
+        wanted = [[8.25 if math.isnan(z) else z for z in row] for row in format_samples.PLATE]
+        for row, wanted_row in zip(read_rows(self.path("out.csv")), wanted):
+            for z, w in zip(row, wanted_row):
+                self.assertAlmostEqual(z, w, delta=1e-4)
+        grid = self.run_json("info", "noted.png", "--unit", "um")["grid"]
+        self.assertAlmostEqual(grid["spacingX"], 20, places=5)
+        self.assertAlmostEqual(grid["spacingY"], 50, places=5)
+        for note in (("Gwy::XYUnit", "V"), ("Gwy::XReal", "-1")):
+            self.write("bad.png", format_samples.png(format_samples.GWYDDION_NOTES + [note], levels))
+            self.assertIn("extent", self.run_program("info", "bad.png", status=3).stderr)
 
     def test_written_picture_is_a_picture(self):
         self.run_program("convert", "plate.csv", "-o", "out.png")

@@ -70,13 +70,14 @@ class Selftest(ProgramTest):
         written = self.run_json("selftest", "--write-gauges", self.path("gauges"))["written"]
         names = {os.path.basename(file) for file in written}
         self.assertEqual(names, set(os.listdir(self.path("gauges"))))
-        for name in ("sine.csv", "cosines.csv", "plane.csv", "cap.csv", "step.csv", "noise.csv", "holes.csv", "flat.csv",
+        for name in ("sine.sdf", "cosines.sdf", "plane.sdf", "cap.sdf", "step.sdf", "noise.sdf", "holes.sdf", "flat.sdf",
                      "lobes.txt", "cap.stl", "cap.ply"):
             self.assertIn(name, names)
-        rows = read_rows(self.path("gauges/sine.csv"))
+        self.run_program("convert", "gauges/sine.sdf", "-o", "sine.csv", "--unit", "um")
+        rows = read_rows(self.path("sine.csv"))
         self.assertEqual((len(rows), len(rows[0])), (64, 256))
         self.assertEqual(rows[3][8], 2)
-        report = self.run_json("stats", self.path("gauges/sine.csv"), "--unit", "um", "--no-level")
+        report = self.run_json("stats", self.path("gauges/sine.sdf"), "--unit", "um", "--no-level")
         self.assertAlmostEqual(report["statistics"]["Sku"], 1.5, places=6)
         self.assertAlmostEqual(report["grid"]["spacingX"], 10, places=6)
         report = self.run_json("roundness", self.path("gauges/lobes.txt"), "--unit", "um", "-o", "r.png")
