@@ -13,8 +13,10 @@ namespace qv3d {
 namespace {
 
 constexpr const char* kDescription =
-    "Measures and draws surfaces given as meshes.\n"
-    "A mesh is converted to a height map (seen along z), levelled, measured and drawn; no display is needed.";
+    "Measures and draws surfaces given as height maps or meshes.\n"
+    "A mesh is converted to a height map (seen along z). Maps are levelled, measured and drawn; no display "
+    "is "
+    "needed.";
 
 constexpr const char* kFooter =
     "Exit status: 0 done, 1 wrong usage, 2 a file cannot be read or written, 3 a file is corrupt,\n"
@@ -64,6 +66,7 @@ ExitCode RunCommandLine(int argc, char** argv) {
   AddPipe(app, invocation);
   AddReport(app, invocation);
   AddSelftest(app, invocation);
+  AddSteps(app, invocation);
   try {
     app.parse(argc, argv);
     invocation.run();

@@ -92,7 +92,7 @@ Step MakeRender(StepWords& words) {
 std::filesystem::path Canonical(const std::filesystem::path& path) {
   std::error_code error;
   const std::filesystem::path canonical =
-      std::filesystem::weakly_canonical(std::filesystem::absolute(path), error);
+      std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
   return error ? path : canonical;
 }
 
@@ -121,7 +121,7 @@ void OutputGuard::Claim(const std::filesystem::path& path) {
 void AddOutputSteps(std::vector<StepKind>& steps) {
   const StepKind own[] = {
       {"write", "FILE",
-       "write the map as it is here: .csv, .xyz or .png (grey levels); {stem} in the name is the input's",
+       "write the map as it is here, in the format of the name's end; {stem} in it is the input's",
        MakeWrite},
       {"render", "FILE [STYLE]", "draw the map as it is here, a .png picture; {stem} as above", MakeRender}};
   steps.insert(steps.end(), std::begin(own), std::end(own));

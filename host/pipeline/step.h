@@ -16,10 +16,10 @@ namespace qv3d {
 
 /// What the steps so far will have made of a map: enough to judge a step before any work is done.
 struct PlannedGrid {
-  HeightMap shape;      ///< without heights
-  bool holes = false;   ///< whether samples are missing
-  bool filled = false;  ///< whether "unfill" knows which were
-  std::string unit;     ///< of the file
+  HeightMap shape;                  ///< without heights
+  bool holes = false;               ///< whether samples are missing
+  std::optional<bool> filledHoles;  ///< whether "unfill" will find any; empty where nothing was filled
+  std::string unit;                 ///< of the file
 };
 
 /// Files that must not be written: the inputs, and what has been written already.
