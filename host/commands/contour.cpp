@@ -62,6 +62,7 @@ bool WritePicture(const ContourOptions& options, const std::filesystem::path& pa
 void RequireContourFormats(const ContourOptions& options) {
   for (const std::filesystem::path& output : options.outputs)
     RequireExtension(output, {".svg", ".dxf", ".csv", ".png"});
+  RequireSeparate(options.import.file, options.outputs);
 }
 
 /// False where a picture is without text.

@@ -120,6 +120,7 @@ void PrintText(const SectionOptions& options, const LoadedMap& loaded, const Sec
 void RunSection(const SectionOptions& options) {
   for (const std::filesystem::path& output : options.outputs)
     RequireExtension(output, {".csv", ".svg", ".png"});
+  RequireSeparate(options.import.file, options.outputs);
   Progress progress(options.import.quiet);
   const LoadedMap loaded = LoadHeightMap(options.import, progress);
   const SectionRequest request = RequestOf(options, loaded.map);

@@ -1,7 +1,6 @@
 // Steps that write files.
 #include <cstdio>
 #include <fmt/format.h>
-#include <system_error>
 
 #include "drawing/picture.h"
 #include "failure.h"
@@ -89,13 +88,6 @@ Step MakeRender(StepWords& words) {
   return step;
 }
 
-std::filesystem::path Canonical(const std::filesystem::path& path) {
-  std::error_code error;
-  const std::filesystem::path canonical =
-      std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
-  return error ? path : canonical;
-}
-
 }  // namespace
 
 std::filesystem::path OutputPath(const std::string& pattern, const std::filesystem::path& file) {
@@ -105,17 +97,6 @@ std::filesystem::path OutputPath(const std::string& pattern, const std::filesyst
     name.replace(at, std::string(kStem).size(), stem);
   }
   return name;
-}
-
-void OutputGuard::Protect(const std::filesystem::path& path) {
-  taken_.insert(Canonical(path));
-}
-
-void OutputGuard::Claim(const std::filesystem::path& path) {
-  if (taken_.insert(Canonical(path)).second) return;
-  throw Failure(ExitCode::kUsage,
-                fmt::format("{}: this is one of the files to be read, or was written before", path.string()),
-                "In the name of an output {stem} stands for the input's, without folder and extension.");
 }
 
 void AddOutputSteps(std::vector<StepKind>& steps) {

@@ -213,6 +213,30 @@ class HeightMaps(ProgramTest):
         self.assertIsNone(self.run_json("info", "none.csv")["heights"])
         self.assertNotIn("heights", self.run_program("info", "none.csv").stdout)
 
+    def test_inputs_are_not_written_over(self):
+        self.write("map.csv", grid(30, 20, 0.01, lambda x, y: x * y + (x > 0.1)))
+        self.write("map.png", b"")
+        os.symlink("map.csv", self.path("link.csv"))
+        for arguments in (("filter", "map.csv", "--mean", "3", "-o", "map.csv"), ("filter", "map.csv", "--mean", "3", "-o", "link.csv"),
+                          ("filter", "map.csv", "--mean", "3", "-o", "a.csv", "--residual", "a.csv"),
+                          ("convert", "map.csv", "-o", "a.sdf", "-o", "./map.csv"), ("convert", "map.csv", "--format", "csv", "-o", "map.csv"),
+                          ("resample", "map.csv", "--nx", "9", "-o", "map.csv"), ("mesh2grid", "map.csv"),
+                          ("fft-filter", "map.csv", "--low-pass", "--cutoff", "0.1", "-o", "map.csv"), ("spectrum", "map.csv", "--csv", "map.csv"),
+                          ("autocorrelate", "map.csv", "--csv", "map.csv"), ("contour", "map.csv", "-o", "map.csv"),
+                          ("section", "map.csv", "--row", "3", "-o", "map.csv"), ("render", "map.png", "-o", "map.png"),
+                          ("gallery", "map.png", "-o", "map.png"), ("points2grid", "map.csv", "-o", "map.csv"),
+                          ("roundness", "map.csv", "-o", "a.png", "--csv", "map.csv", "--cutoff", "50")):
+            before = sorted(os.listdir(self.folder))
+            self.assertIn("files to be read, or was written", self.run_program(*arguments, status=1).stderr, arguments)
+            self.assertEqual(sorted(os.listdir(self.folder)), before)
+
+    def test_pictures_are_png(self):
+        self.write("map.csv", grid(9, 9, 0.01, lambda x, y: x * y))
+        for arguments in (("render", "map.csv", "-o", "a.jpg"), ("gallery", "map.csv", "-o", "a.jpg"),
+                          ("filter", "map.csv", "--mean", "3", "-o", "a.csv", "--picture", "a.jpg")):
+            self.assertIn("must end in .png", self.run_program(*arguments, status=1).stderr)
+        self.assertEqual(os.listdir(self.folder), ["map.csv"])
+
     def test_map_without_samples_is_4_and_mesh_options_are_1(self):
         self.write("grid.csv", b"nan,nan\nnan,nan\n")
         self.run_program("stats", "grid.csv", status=4)
