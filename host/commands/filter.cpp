@@ -164,7 +164,7 @@ void AddFilterChoice(CLI::App& command, FilterRequest& request) {
                 request.kind = kind;
                 request.length = length;
               },
-              traits.what)
+              fmt::format("{}; in the unit of the file", traits.what))
           ->type_name(traits.kind == FilterKind::kCircle ? "RADIUS" : "CUTOFF");
     }
   }
