@@ -87,19 +87,20 @@ Json JsonOfSource(const ImportOptions& options, const LoadedMap& loaded) {
   return json;
 }
 
+std::string FormatNumber(float value) {
+  return std::isfinite(value) ? fmt::format("{:.3f}", value) : std::string("-");
+}
+
 std::vector<TableRow> RowsOf(const Statistics& s, const std::string& fileUnit) {
   const Unit unit = HandyUnit(fileUnit, s.sz);
-  const auto number = [](float value) {
-    return std::isfinite(value) ? fmt::format("{:.3f}", value) : std::string("-");
-  };
   return {
       {"Sa", FormatLength(s.sa, unit), "arithmetic mean height"},
       {"Sq", FormatLength(s.sq, unit), "root mean square height"},
       {"Sp", FormatLength(s.sp, unit), "highest peak"},
       {"Sv", FormatLength(s.sv, unit), "deepest valley"},
       {"Sz", FormatLength(s.sz, unit), "highest peak to deepest valley"},
-      {"Ssk", number(s.ssk), "skewness"},
-      {"Sku", number(s.sku), "kurtosis"},
+      {"Ssk", FormatNumber(s.ssk), "skewness"},
+      {"Sku", FormatNumber(s.sku), "kurtosis"},
       {"ten-point height", s.hasTenPoint ? FormatLength(s.tenPoint, unit) : "- (too few peaks and valleys)",
        "five highest peaks to five lowest valleys, mean"}};
 }

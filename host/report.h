@@ -22,6 +22,9 @@ Json JsonOfSource(const ImportOptions& options, const LoadedMap& loaded);
 /// A float as the shortest number that means it.
 Json ShortNumber(float value);
 
+/// A number without a unit, for people; "-" where it is none.
+std::string FormatNumber(float value);
+
 struct TableRow {
   std::string name, value, meaning;
 };

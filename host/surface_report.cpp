@@ -7,6 +7,7 @@
 #include <numbers>
 
 #include "analysis/bearing.h"
+#include "analysis/contour_map.h"
 #include "analysis/correlation.h"
 #include "analysis/hole_fill.h"
 #include "analysis/section.h"
@@ -24,7 +25,7 @@ namespace {
 /// Of pictures that stand side by side: smaller, so that their text is not.
 constexpr int kHalfWidth = 800, kHalfHeight = 600;
 constexpr int kSectionWidth = 1100, kSectionHeight = 500;
-constexpr int kClasses = 100, kBearingSteps = 400, kContours = 12;
+constexpr int kClasses = 100, kBearingSteps = 400, kContours = 8;
 constexpr double kDecades = 4;
 
 std::string Extent(double x, double y, const std::string& fileUnit) {
@@ -48,8 +49,9 @@ void AddGridRows(std::vector<TableRow>& rows, const HeightMap& m, std::size_t mi
 
 std::vector<TableRow> FactsOf(const SurfaceReport& r) {
   const std::string& unit = r.import.unit;
-  std::vector<TableRow> rows = {{"File", XmlEscaped(r.import.file.filename().string()), ""},
-                                {"Unit of its numbers", UnitName(unit), ""}};
+  std::vector<TableRow> rows = {
+      {"File", XmlEscaped(r.import.file.filename().string()), ""},
+      {"Format", XmlEscaped(r.loaded.fromMesh ? r.loaded.prepared.check.format : r.loaded.file.kind), ""}};
   if (r.loaded.fromMesh) {
     const Bounds& b = r.loaded.mesh.bounds;
     const Unit height = HandyUnit(unit, b.Extent(2));
@@ -110,10 +112,35 @@ std::string StepLine(const std::string& text) {
                      kind == AllSteps().end() ? "" : XmlEscaped(kind->help));
 }
 
+/// How the numbers of a height map's file were understood: what it says itself, and what it was told to mean.
+std::string UnderstoodAs(const SurfaceReport& r) {
+  const FileGrid& file = r.loaded.file;
+  const std::string unit = UnitName(r.import.unit);
+  std::string text =
+      fmt::format(", {}; its first row lies at the {}", XmlEscaped(file.kind), NameOf(r.loaded.origin));
+  if (r.import.zScale) {
+    text += fmt::format("; a 1 in it was taken for a height of {:g} {}", *r.import.zScale, unit);
+  } else {
+    text += file.heightMetres > 0 ? "; it states the unit of its heights"
+                                  : fmt::format("; it names no unit for its heights, {} was taken", unit);
+  }
+  if (r.import.zOffset) text += fmt::format("; {:g} {} was added to all heights", *r.import.zOffset, unit);
+  if (r.import.grid.spacing > 0) {
+    text += fmt::format("; its samples were taken to be {:g} {} apart", r.import.grid.spacing, unit);
+  } else if (!file.StatesSpacing()) {
+    text += fmt::format("; it does not state how far its samples are apart, 1 {} was taken", unit);
+  } else if (file.lateralMetres == 0) {
+    text += fmt::format("; it names no unit for the distance of its samples, {} was taken", unit);
+  }
+  return text;
+}
+
 std::vector<std::string> StepsOf(const SurfaceReport& r) {
   const HeightMap& in = r.loaded.map;
-  std::vector<std::string> steps = {fmt::format("The file <code>{}</code> was read; lengths in it are in {}.",
-                                                XmlEscaped(r.import.file.string()), UnitName(r.import.unit))};
+  std::vector<std::string> steps = {fmt::format(
+      "The file <code>{}</code> was read{}.", XmlEscaped(r.import.file.string()),
+      r.loaded.fromMesh ? fmt::format("; its numbers were taken for lengths in {}", UnitName(r.import.unit))
+                        : UnderstoodAs(r))};
   for (const std::string& action : r.loaded.prepared.actions) {
     steps.push_back("Mended before the import: " + XmlEscaped(action) + ".");
   }
@@ -133,33 +160,44 @@ std::vector<std::string> StepsOf(const SurfaceReport& r) {
   return steps;
 }
 
+std::string CaptionOf(const ContourMap& contours, const std::string& unit) {
+  if (contours.heights.empty()) return "The surface is flat: there are no lines.";
+  std::string caption = "Lines of equal height";
+  if (contours.heights.size() > 1) {
+    const double step = contours.heights[1] - contours.heights[0];
+    caption += fmt::format(", {} apart", FormatLength(step, HandyUnit(unit, step)));
+  }
+  if (contours.window == 1) return caption + ".";
+  return caption +
+         fmt::format(
+             ". Lines and colours are those of the map smoothed by two moving means of {0} × {0} samples: "
+             "as it is, the lines would lie too densely to be told apart.",
+             contours.window);
+}
+
 std::vector<ReportPicture> DrawnPictures(const SurfaceReport& r, const OffscreenContext& context) {
-  struct View {
-    const char* title;
-    const char* caption;
-    Style style;
-    int contours;
-  };
-  constexpr View kViews[] = {
-      {"View in space", "Coloured by height; how much heights are exaggerated stands in the picture.",
-       Style::kTexture, 0},
-      {"Height map", "Seen from above. Grey samples are missing.", Style::kMap, 0},
-      {"Contour map", "Lines of equal height over the map.", Style::kMap, kContours}};
+  const std::string& unit = r.import.unit;
   std::vector<ReportPicture> pictures;
-  for (const View& view : kViews) {
-    PictureOptions options;
-    options.style = view.style;
-    options.contours = view.contours;
-    options.title = view.title;
-    options.unit = r.import.unit;
-    const bool half = view.style == Style::kMap;
+  const auto draw = [&](const HeightMap& map, PictureOptions options, const std::string& caption) {
+    const bool half = options.style == Style::kMap;
     if (half) {
       options.width = kHalfWidth;
       options.height = kHalfHeight;
     }
-    const Picture picture = DrawPicture(context, r.state.map, options);
-    pictures.push_back({view.title, view.caption, "", EncodePng(picture.image), half});
-  }
+    options.unit = unit;
+    const Picture picture = DrawPicture(context, map, options);
+    pictures.push_back({options.title, caption, "", EncodePng(picture.image), half});
+  };
+  PictureOptions options;
+  options.title = "View in space";
+  draw(r.state.map, options, "Coloured by height; how much heights are exaggerated stands in the picture.");
+  options.style = Style::kMap;
+  options.title = "Height map";
+  draw(r.state.map, options, "Seen from above. Grey samples are missing.");
+  const ContourMap contours = ContourMapOf(r.state.map, unit, kContours);
+  options.title = "Contour map";
+  options.contourHeights = contours.heights;
+  draw(contours.map, options, CaptionOf(contours, unit));
   return pictures;
 }
 

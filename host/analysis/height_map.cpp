@@ -21,9 +21,11 @@ struct FitFrame {
 
 std::vector<float> FitPoints(const HeightMap& map, const FitFrame& frame) {
   const int step = std::max(1, static_cast<int>(std::sqrt(double{1.0} * map.Count() / kMostFitPoints)));
+  // Two rows, or columns, at the least.
+  const int rowStep = std::min(step, map.height - 1), columnStep = std::min(step, map.width - 1);
   std::vector<float> points;
-  for (int row = 0; row < map.height; row += step) {
-    for (int column = 0; column < map.width; column += step) {
+  for (int row = 0; row < map.height; row += rowStep) {
+    for (int column = 0; column < map.width; column += columnStep) {
       const float h = map.At(column, row);
       if (IsMissing(h)) continue;
       points.push_back(static_cast<float>((column - frame.middleX) * map.SpacingX() / frame.unit));
@@ -32,6 +34,21 @@ std::vector<float> FitPoints(const HeightMap& map, const FitFrame& frame) {
     }
   }
   return points;
+}
+
+/// True where all points lie above one line of the ground, or nearly: the fit would find some plane through
+/// it, as steep as rounding has it.
+bool AreOnALine(const std::vector<float>& points) {
+  double count = 0, x = 0, y = 0, xx = 0, xy = 0, yy = 0;
+  for (std::size_t k = 0; k + 2 < points.size(); k += 3, ++count) {
+    x += points[k], y += points[k + 1];
+  }
+  for (std::size_t k = 0; k + 2 < points.size(); k += 3) {
+    const double u = points[k] - x / count, v = points[k + 1] - y / count;
+    xx += u * u, xy += u * v, yy += v * v;
+  }
+  constexpr double kThin = 1e-12;  // the square of width over length
+  return xx * yy - xy * xy <= kThin * (xx + yy) * (xx + yy);
 }
 
 void Subtract(HeightMap& map, const Plane& plane, const FitFrame& frame) {
@@ -94,10 +111,11 @@ Plane Level(HeightMap& map) {
   for (int fit = 0; fit < kFits; ++fit) {
     const std::vector<float> points = FitPoints(map, frame);
     float a = 0, b = 0, c = 0;
-    if (FitLSPlane(points.data(), static_cast<int>(points.size() / 3), &a, &b, &c) != 1) {
+    if (AreOnALine(points) ||
+        FitLSPlane(points.data(), static_cast<int>(points.size() / 3), &a, &b, &c) != 1) {
       throw Failure(ExitCode::kNotComputable,
                     "no plane can be fitted: fewer than three samples, or all on a line",
-                    "Choose a finer grid, or --no-level.");
+                    "Choose a finer grid, or keep the heights as they are, without levelling.");
     }
     const Plane plane{a / frame.unit, b / frame.unit, c};
     Subtract(map, plane, frame);
@@ -131,7 +149,7 @@ Statistics Measure(const HeightMap& map) {
   const float* h = map.heights.data();
   const int count = map.Count();
   if (ComputeAverage(h, count, &s.sa) != 0) {
-    throw Failure(ExitCode::kNotComputable, "every sample is missing: no triangle lies over the grid");
+    throw Failure(ExitCode::kNotComputable, "every sample is missing: there is nothing to measure");
   }
   ComputeRMS(h, count, &s.sq);
   ComputePeak(h, count, &s.sp);

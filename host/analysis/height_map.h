@@ -26,6 +26,9 @@ struct HeightMap {
   }
 };
 
+/// Heights above make no sense in any unit, and their squares and sums would leave the range of a float.
+inline constexpr float kMostHeight = 1e18f;
+
 bool IsMissing(float height);
 std::size_t CountMissing(const HeightMap& map);
 

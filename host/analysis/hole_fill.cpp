@@ -5,7 +5,8 @@
 namespace qv3d {
 
 void FillFromAround(HeightMap& map) {
-  if (CountMissing(map) == 0) return;
+  const std::size_t missing = CountMissing(map);
+  if (missing == 0 || missing == map.heights.size()) return;
   const std::vector<float> measured = map.heights;
   std::vector<float> mean(measured.size()), residual(measured.size());
   // Holes are filled from the measured samples alone, so what fills them does not depend on the order.

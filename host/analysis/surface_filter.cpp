@@ -210,11 +210,11 @@ const std::vector<FilterTraits>& AllFilters() {
        "the sample N*N-fold, less all others of N x N, over N*N"},
       {FilterKind::kBinomial, "binomial", Parameter::kNone, false, "weights 1 2 1 over 3 x 3 samples"},
       {FilterKind::kGaussian, "gaussian", Parameter::kLength, true,
-       "Gaussian type (three moving averages), 50 % at this wavelength, in the unit of the file"},
+       "Gaussian type (three moving averages), 50 % at this wavelength"},
       {FilterKind::kSpline, "spline", Parameter::kLength, true,
-       "cubic smoothing spline, 50 % at this wavelength, in the unit of the file"},
+       "cubic smoothing spline, 50 % at this wavelength"},
       {FilterKind::kCircle, "circle", Parameter::kLength, true,
-       "a circle of this radius, in the unit of the file, rolled along every row"}};
+       "a circle of this radius, rolled along every row"}};
   return all;
 }
 

@@ -82,6 +82,7 @@ void PrintText(const AutocorrelateOptions& options, const CorrelationLength& len
 void RunAutocorrelate(const AutocorrelateOptions& options) {
   RequireExtension(options.picture, {".png"});
   RequireExtension(options.csv, {".csv"});
+  RequireSeparate(options.import.file, {options.picture, options.csv});
   Progress progress(options.import.quiet);
   const LoadedMap loaded = LoadWholeMap(options.import, progress).loaded;
   progress.Phase("correlating");

@@ -35,6 +35,8 @@ void AddGallery(CLI::App& app, Invocation& invocation);
 void AddResample(CLI::App& app, Invocation& invocation);
 void AddRoundness(CLI::App& app, Invocation& invocation);
 void AddPipe(CLI::App& app, Invocation& invocation);
+/// A command for each step of a pipeline that makes another map.
+void AddSteps(CLI::App& app, Invocation& invocation);
 void AddReport(CLI::App& app, Invocation& invocation);
 void AddSelftest(CLI::App& app, Invocation& invocation);
 

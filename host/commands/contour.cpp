@@ -1,16 +1,12 @@
 // qv3d contour: lines of equal height.
-#include <QV_3D.h>
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
 
-#include <GL/gl.h>
-
+#include "analysis/contour_map.h"
 #include "commands/options.h"
 #include "files/contour_files.h"
 #include "files/whole_file.h"
-#include "plots/style.h"
-#include "plots/ticks.h"
 #include "report.h"
 #include "units.h"
 
@@ -35,18 +31,8 @@ std::vector<float> HeightsOf(const ContourOptions& options, const HeightMap& map
     heights.erase(std::unique(heights.begin(), heights.end()), heights.end());
     return heights;
   }
-  const auto [low, high] = HeightRange(map);
-  const Unit unit = HandyUnit(options.import.unit, std::max(std::abs(low), std::abs(high)));
-  const double span = (double{high} - low) * unit.factor, wanted = span / options.levels;
-  // Of the round steps below and above the one that comes closer to the number asked for.
-  const double below = NiceStepBelow(wanted), above = NiceStepAbove(wanted);
-  const double step = wanted / below < above / wanted ? below : above;
-  const int most = std::max(1, static_cast<int>(std::ceil(span / step)));
-  for (const Tick& tick : LinearTicks(low * unit.factor, high * unit.factor, most)) {
-    const auto height = static_cast<float>(tick.value / unit.factor);
-    if (height > low && height < high) heights.push_back(height);
-  }
-  return heights;
+  const std::vector<double> round = RoundHeights(HeightRange(map), options.import.unit, options.levels);
+  return {round.begin(), round.end()};
 }
 
 ContourSheet SheetOf(const ContourOptions& options, const HeightMap& map) {
@@ -61,36 +47,13 @@ ContourSheet SheetOf(const ContourOptions& options, const HeightMap& map) {
   return sheet;
 }
 
-/// Draws the lines into the scene of a picture.
-void DrawLines(const ContourSheet& sheet, const Surface& surface, bool perspective) {
-  const auto [low, high] = HeightRange(surface.map);
-  glPushAttrib(GL_ALL_ATTRIB_BITS);
-  glDisable(GL_LIGHTING);
-  glDisable(GL_TEXTURE_1D);
-  glLineWidth(perspective ? 2.5f : 2.0f);
-  glColor3ub(kInk[0], kInk[1], kInk[2]);
-  // The map's frame begins at its first sample, the view's has it in the middle.
-  glMatrixMode(GL_MODELVIEW);
-  glPushMatrix();
-  if (perspective) glTranslated(-surface.map.xSize / 2.0, -surface.map.ySize / 2.0, 0);
-  glTranslated(-sheet.left, -sheet.bottom, 0);
-  for (const ContourLevel& level : sheet.levels) {
-    RenderContourLinesf(level.segments.data(), level.height - (low + high) / 2,
-                        perspective ? static_cast<float>(surface.zScale) : 0,
-                        static_cast<int>(level.segments.size() / 4));
-  }
-  glPopMatrix();
-  glPopAttrib();
-  glFinish();
-}
-
 bool WritePicture(const ContourOptions& options, const std::filesystem::path& path, const HeightMap& map,
                   const ContourSheet& sheet) {
   PictureOptions wanted = options.picture;
   wanted.style = options.perspective ? Style::kTexture : Style::kMap;
   wanted.unit = options.import.unit;
   wanted.title = fmt::format("{}: contour lines", sheet.title);
-  wanted.overlay = [&](const Surface& surface) { DrawLines(sheet, surface, options.perspective); };
+  for (const ContourLevel& level : sheet.levels) wanted.contourHeights.push_back(level.height);
   const std::unique_ptr<OffscreenContext> context = OffscreenContext::Create(options.backend);
   const Picture picture = DrawPicture(*context, map, wanted);
   WritePng(path, picture.image);
@@ -100,6 +63,7 @@ bool WritePicture(const ContourOptions& options, const std::filesystem::path& pa
 void RequireContourFormats(const ContourOptions& options) {
   for (const std::filesystem::path& output : options.outputs)
     RequireExtension(output, {".svg", ".dxf", ".csv", ".png"});
+  RequireSeparate(options.import.file, options.outputs);
 }
 
 /// False where a picture is without text.

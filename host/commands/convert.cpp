@@ -22,8 +22,11 @@ void CheckFiles(const ConvertOptions& options) {
         fmt::format("{}: convert takes height maps ({})", options.import.file.string(), ExtensionsOf(false)),
         "qv3d mesh2grid turns a mesh into a height map.");
   }
-  if (options.writing.format != nullptr) return;
-  for (const std::filesystem::path& output : options.outputs) RequireGridFormat(output);
+  if (options.writing.format == nullptr) {
+    RequireGridOutputs(options.import.file, options.outputs);
+  } else {
+    RequireSeparate(options.import.file, options.outputs);
+  }
 }
 
 void Print(const ConvertOptions& options, const LoadedMap& loaded) {
@@ -46,7 +49,7 @@ void RunConvert(const ConvertOptions& options) {
   const LoadedMap loaded = LoadHeightMap(options.import, progress);
   progress.Phase("writing the grid");
   GridWriting writing = options.writing;
-  writing.provenance = loaded.provenance;
+  writing.provenance = loaded.file.provenance;
   for (const std::filesystem::path& output : options.outputs) {
     WriteGrid(output, loaded.map, options.import.unit, writing);
     progress.Tick();

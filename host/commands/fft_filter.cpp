@@ -137,7 +137,7 @@ void RunFftFilter(const FftFilterOptions& options) {
   if (options.lowPass == options.highPass) throw Failure(ExitCode::kUsage, "say --low-pass or --high-pass");
   FrequencyFilter filter = options.filter;
   filter.pass = options.lowPass ? Pass::kLow : Pass::kHigh;
-  for (const std::filesystem::path& output : options.outputs) RequireGridFormat(output);
+  RequireGridOutputs(options.import.file, options.outputs);
   RequireExtension(options.picture, {".png"});
   Progress progress(options.import.quiet);
   LoadedMap loaded;

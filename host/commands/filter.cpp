@@ -123,8 +123,10 @@ void PrintText(const FilterOptions& options, const Split& split, const Json& wri
 
 void RunFilter(const FilterOptions& options) {
   CheckRequest(options.request);
-  RequireGridFormat(options.output);
-  if (!options.residual.empty()) RequireGridFormat(options.residual);
+  Paths grids{options.output};
+  if (!options.residual.empty()) grids.push_back(options.residual);
+  RequireGridOutputs(options.import.file, grids);
+  RequireExtension(options.picture, {".png"});
   Progress progress(options.import.quiet);
   const Split split = LoadAndFilter(options, progress);
   const Json written = WriteAll(options, split.result, progress);
@@ -162,7 +164,7 @@ void AddFilterChoice(CLI::App& command, FilterRequest& request) {
                 request.kind = kind;
                 request.length = length;
               },
-              traits.what)
+              fmt::format("{}; in the unit of the file", traits.what))
           ->type_name(traits.kind == FilterKind::kCircle ? "RADIUS" : "CUTOFF");
     }
   }

@@ -18,6 +18,8 @@ struct GalleryOptions {
 };
 
 void RunGallery(const GalleryOptions& options) {
+  RequireExtension(options.output, {".png"});
+  RequireSeparate(options.import.file, {options.output});
   Progress progress(options.import.quiet);
   const LoadedMap loaded = LoadHeightMap(options.import, progress);
   PictureOptions wanted = options.sheet;

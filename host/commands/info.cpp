@@ -19,14 +19,6 @@ const Finding* FirstReadingError(const MeshCheck& check) {
   return nullptr;
 }
 
-bool StatesSpacing(const FileGrid& file) {
-  return file.spacingX > 0 && file.spacingY > 0;
-}
-
-const char* NameOf(Origin origin) {
-  return origin == Origin::kTop ? "top" : "bottom";
-}
-
 void PrintText(const ImportOptions& options, const MeshCheck& check, const MeshFacts* mesh) {
   fmt::print("{}: {}, {} bytes\n", options.file.string(), check.format, check.fileBytes);
   if (check.vertices) fmt::print("vertices    {}\n", *check.vertices);
@@ -60,11 +52,13 @@ void PrintGridText(const ImportOptions& options, const GridContent& content, std
   const std::size_t missing = CountMissing(map);
   fmt::print("{}: {}, {} bytes\n", options.file.string(), file.kind, bytes);
   fmt::print("samples     {} x {}, {:.6g} x {:.6g} {} apart{}\n", map.width, map.height, map.SpacingX(),
-             map.SpacingY(), unit, StatesSpacing(file) ? "" : " (the file does not say)");
+             map.SpacingY(), unit, file.StatesSpacing() ? "" : " (the file does not say)");
   fmt::print("x           {:g} to {:g} {}\n", map.x0, map.x0 + map.xSize, unit);
   fmt::print("y           {:g} to {:g} {}\n", map.y0, map.y0 + map.ySize, unit);
-  fmt::print("heights     {:g} to {:g} {}{}\n", low, high, unit,
-             file.heightMetres > 0 || options.zScale ? "" : " (the file names no unit)");
+  if (missing < map.heights.size()) {
+    fmt::print("heights     {:g} to {:g} {}{}\n", low, high, unit,
+               file.heightMetres > 0 || options.zScale ? "" : " (the file names no unit)");
+  }
   fmt::print("missing     {} samples ({:.2f} %)\n", missing,
              100 * static_cast<double>(missing) / static_cast<double>(map.heights.size()));
   fmt::print("first row   {}\n", NameOf(content.origin));
@@ -76,19 +70,20 @@ void PrintGridJson(const ImportOptions& options, const GridContent& content, std
   loaded.map = content.map;
   loaded.missing = CountMissing(content.map);
   const auto [low, high] = HeightRange(content.map);
-  const Json json = {{"file", options.file.string()},
-                     {"unit", options.unit},
-                     {"format", {{"id", content.format->id}, {"kind", content.file.kind}}},
-                     {"bytes", bytes},
-                     {"grid", JsonOfGrid(loaded)},
-                     {"heights", {ShortNumber(low), ShortNumber(high)}},
-                     {"firstRow", NameOf(content.origin)},
-                     {"stated",
-                      {{"spacing", StatesSpacing(content.file)},
-                       {"lateralUnit", content.file.lateralMetres > 0},
-                       {"heightUnit", content.file.heightMetres > 0}}},
-                     {"provenance", content.file.provenance},
-                     {"remarks", content.file.remarks}};
+  const Json json = {
+      {"file", options.file.string()},
+      {"unit", options.unit},
+      {"format", {{"id", content.format->id}, {"kind", content.file.kind}}},
+      {"bytes", bytes},
+      {"grid", JsonOfGrid(loaded)},
+      {"heights", loaded.missing < loaded.map.heights.size() ? Json{ShortNumber(low), ShortNumber(high)}
+                                                             : Json(nullptr)},
+      {"firstRow", NameOf(content.origin)},
+      {"stated",
+       {{"spacing", content.file.StatesSpacing()},
+        {"lateralUnit", content.file.lateralMetres > 0},
+        {"heightUnit", content.file.heightMetres > 0}}},
+      {"remarks", content.file.remarks}};
   // What a file tells need not be UTF-8.
   fmt::print("{}\n", json.dump(2, ' ', false, Json::error_handler_t::replace));
 }

@@ -18,7 +18,7 @@ struct Mesh2GridOptions {
 void RunMesh2Grid(const Mesh2GridOptions& options) {
   std::vector<std::filesystem::path> outputs = options.outputs;
   if (outputs.empty()) outputs.push_back(options.import.file.stem().string() + ".csv");
-  for (const std::filesystem::path& output : outputs) RequireGridFormat(output);
+  RequireGridOutputs(options.import.file, outputs);
   Progress progress(options.import.quiet);
   const LoadedMap loaded = LoadHeightMap(options.import, progress);
   progress.Phase("writing the grid");

@@ -5,6 +5,7 @@
 #include <map>
 
 #include "failure.h"
+#include "files/output_guard.h"
 #include "units.h"
 
 namespace qv3d {
@@ -141,6 +142,19 @@ void AddSizeOption(CLI::App& command, int& width, int& height) {
           "--size", [&width, &height](const std::string& text) { ParseSize(text, width, height); },
           fmt::format("Width and height in pixels (default: {}x{})", width, height))
       ->type_name("WxH");
+}
+
+void RequireSeparate(const std::filesystem::path& input, const Paths& outputs) {
+  OutputGuard guard;
+  guard.Protect(input);
+  for (const std::filesystem::path& output : outputs) {
+    if (!output.empty()) guard.Claim(output);
+  }
+}
+
+void RequireGridOutputs(const std::filesystem::path& input, const Paths& outputs) {
+  for (const std::filesystem::path& output : outputs) RequireGridFormat(output);
+  RequireSeparate(input, outputs);
 }
 
 void RequireExtension(const std::filesystem::path& path, std::initializer_list<const char*> extensions) {

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "commands/basic_options.h"
 #include "drawing/picture.h"
@@ -43,6 +44,14 @@ void AddLevelOption(CLI::App& command, ImportOptions& options);
 /// --size WxH of a picture.
 void AddSizeOption(CLI::App& command, PictureOptions& picture);
 void AddSizeOption(CLI::App& command, int& width, int& height);
+
+using Paths = std::vector<std::filesystem::path>;
+
+/// Throws Failure (usage) where an output is the input, or two are one; an empty path was not asked for.
+void RequireSeparate(const std::filesystem::path& input, const Paths& outputs);
+
+/// As RequireSeparate, and where an output is of no format that grids are written in.
+void RequireGridOutputs(const std::filesystem::path& input, const Paths& outputs);
 
 /// Throws Failure (usage) where a file that was asked for has another extension; an empty path was not.
 void RequireExtension(const std::filesystem::path& path, std::initializer_list<const char*> extensions);

@@ -1,4 +1,5 @@
-// qv3d pipe: steps in a row on one file or many, without files in between.
+// qv3d pipe: steps in a row on one file or many, without files in between. And a command for each step that
+// makes another map, which writes it.
 #include <fmt/format.h>
 
 #include "commands/options.h"
@@ -130,7 +131,71 @@ void RunPipe(const PipeOptions& options) {
   options.import.json ? PrintJson(options, pipeline, result) : PrintText(options, pipeline, result);
 }
 
+struct StepOptions : PipeOptions {
+  std::string step;
+  std::vector<std::string> parameters;
+  std::vector<std::string> outputs;
+  bool fill = false;
+};
+
+/// The step as the pipeline that reads a file and writes others.
+std::string StepsOf(const StepOptions& options) {
+  std::string text = options.step;
+  for (const std::string& parameter : options.parameters) text += " " + parameter;
+  if (text.find_first_of("|\"") != std::string::npos) {
+    throw Failure(ExitCode::kUsage, fmt::format("{}: this is more than one step", text),
+                  "qv3d pipe does steps in a row.");
+  }
+  if (options.fill) text = fmt::format("fill | {} | unfill", text);
+  for (const std::string& output : options.outputs) text += fmt::format(" | write \"{}\"", output);
+  return text;
+}
+
+void RunStep(const StepOptions& options) {
+  PipeOptions pipe = options;
+  pipe.arguments = {options.import.file.string(), StepsOf(options)};
+  RunPipe(pipe);
+}
+
+void AddStep(CLI::App& app, Invocation& invocation, const StepKind& kind, bool needsEverySample) {
+  CLI::App& command = *app.add_subcommand(kind.name, kind.help)->group("Single steps of qv3d pipe");
+  const auto options = std::make_shared<StepOptions>();
+  options->step = kind.name;
+  AddSurfaceOptions(command, options->import);
+  command.remove_option(command.get_option("--fill"));
+  if (*kind.parameters != '\0') {
+    command
+        .add_option(kind.parameters, options->parameters,
+                    "As in a pipeline, with units: 0.8mm, 20um, 5samples; without, in the unit of the file")
+        ->type_name("");
+  }
+  if (needsEverySample) {
+    command
+        .add_flag("--fill", options->fill,
+                  "Fill missing samples from around before it, and put the holes back afterwards")
+        ->group("Height map");
+  }
+  command
+      .add_option("-o,--output", options->outputs,
+                  GridOutputs("The map to write, may be given several times"))
+      ->required()
+      ->allow_extra_args(false);
+  OnCommand<StepOptions>(command, invocation, options, RunStep);
+}
+
 }  // namespace
+
+void AddSteps(CLI::App& app, Invocation& invocation) {
+  std::vector<StepKind> shapes, filters;
+  AddShapeSteps(shapes);
+  AddFilterSteps(filters);
+  for (const StepKind& kind : shapes) {
+    // Resampling is a command of its own, and which samples to make missing no file alone can tell.
+    const std::string name = kind.name;
+    if (name != "resample" && name != "unfill") AddStep(app, invocation, kind, false);
+  }
+  for (const StepKind& kind : filters) AddStep(app, invocation, kind, true);
+}
 
 void AddPipe(CLI::App& app, Invocation& invocation) {
   CLI::App& command = *app.add_subcommand("pipe", "Do steps in a row, on one file or on many, in memory");
@@ -146,6 +211,7 @@ void AddPipe(CLI::App& app, Invocation& invocation) {
   command.add_flag("--jsonl", options->jsonLines, "A table of JSON lines, a row as soon as it is there")
       ->excludes(csv);
   AddImportOptions(command, options->import);
+  AddReadingOptions(command, options->import);
   // A step does it.
   command.remove_option(command.get_option("--fill"));
   command.footer(fmt::format(

@@ -73,7 +73,7 @@ void Report(const Points2GridOptions& options, const PointCloud& cloud, const He
 void RunPoints2Grid(const Points2GridOptions& given) {
   Points2GridOptions options = given;
   if (options.outputs.empty()) options.outputs.push_back(options.file.stem().string() + "-grid.csv");
-  for (const std::filesystem::path& output : options.outputs) RequireGridFormat(output);
+  RequireGridOutputs(options.file, options.outputs);
   Progress progress(options.quiet);
   const PointCloud cloud = ReadCloud(options, progress);
   const NodeGrid grid = PlanNodes(cloud, options.nx, options.ny, options.spacing);

@@ -75,6 +75,8 @@ void PrintResult(const RenderOptions& options, const LoadedMap& loaded, const Pi
 }
 
 void RunRender(const RenderOptions& options) {
+  RequireExtension(options.output, {".png"});
+  RequireSeparate(options.import.file, {options.output});
   // Read before anything is written: it may be the file that will be.
   std::optional<Image> reference;
   if (!options.reference.empty()) reference = ReadPng(options.reference);

@@ -27,7 +27,7 @@ void CheckFiles(const ResampleOptions& options) {
         fmt::format("{}: resample takes height maps ({})", options.import.file.string(), ExtensionsOf(false)),
         "qv3d mesh2grid FILE --nx N turns a mesh into a height map of any size.");
   }
-  for (const std::filesystem::path& output : options.outputs) RequireGridFormat(output);
+  RequireGridOutputs(options.import.file, options.outputs);
   if (options.wanted.nx == 0 && options.wanted.ny == 0 && options.wanted.spacing == 0) {
     throw Failure(ExitCode::kUsage, "give the new number of samples, --nx and --ny, or their --spacing");
   }

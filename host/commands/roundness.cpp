@@ -138,6 +138,7 @@ void RunRoundness(const RoundnessOptions& options) {
     throw Failure(ExitCode::kUsage,
                   fmt::format("{}: the plot must end in .png or .svg", options.output.string()));
   }
+  RequireSeparate(options.import.file, {options.output, options.csv});
   const RoundResult result = Evaluate(options);
   constexpr double kSettled = 4;
   if (options.filter != RoundFilter::kGaussian && options.cutoff < kSettled) {

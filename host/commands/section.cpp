@@ -113,13 +113,15 @@ void PrintText(const SectionOptions& options, const LoadedMap& loaded, const Sec
       {"Pt", {s.pt, "highest peak to deepest valley (Rt of the unfiltered profile)"}}};
   for (const auto& [name, row] : rows)
     fmt::print("{:<5} {:>12}  {}\n", name, FormatLength(row.first, unit), row.second);
-  fmt::print("{:<5} {:>12.3f}  skewness\n{:<5} {:>12.3f}  kurtosis\n", "Psk", s.psk, "Pku", s.pku);
+  fmt::print("{:<5} {:>12}  skewness\n{:<5} {:>12}  kurtosis\n", "Psk", FormatNumber(s.psk), "Pku",
+             FormatNumber(s.pku));
   for (const std::filesystem::path& output : options.outputs) fmt::print("wrote {}\n", output.string());
 }
 
 void RunSection(const SectionOptions& options) {
   for (const std::filesystem::path& output : options.outputs)
     RequireExtension(output, {".csv", ".svg", ".png"});
+  RequireSeparate(options.import.file, options.outputs);
   Progress progress(options.import.quiet);
   const LoadedMap loaded = LoadHeightMap(options.import, progress);
   const SectionRequest request = RequestOf(options, loaded.map);

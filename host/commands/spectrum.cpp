@@ -87,6 +87,7 @@ void RunSpectrum(const SpectrumOptions& options) {
   RequireExtension(options.picture, {".png"});
   RequireExtension(options.csv, {".csv"});
   RequireExtension(options.plot, {".png", ".svg"});
+  RequireSeparate(options.import.file, {options.picture, options.csv, options.plot});
   Progress progress(options.import.quiet);
   const LoadedMap loaded = LoadWholeMap(options.import, progress).loaded;
   progress.Phase("transforming");

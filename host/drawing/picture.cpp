@@ -79,7 +79,6 @@ class Composer {
     const int factor = Supersampling(layout_.width, layout_.height);
     Framebuffer framebuffer(context_, layout_.width * factor, layout_.height * factor);
     DrawPerspective(surface_, camera, scene);
-    if (options_.overlay) options_.overlay(surface_);
     PasteOver(image_, Downsample(framebuffer.Read(), factor), Downsample(framebuffer.ReadCoverage(), factor));
     if (options_.bare) return;
     DrawFloorScales(camera);
@@ -91,7 +90,6 @@ class Composer {
     const int factor = Supersampling(width, height);
     Framebuffer framebuffer(context_, width * factor, height * factor);
     DrawMap(surface_, options_);
-    if (options_.overlay) options_.overlay(surface_);
     if (!options_.bare) image_.FillRectangle(x - 1, y - 1, width + 2, height + 2, kQuiet);
     image_.Paste(Downsample(framebuffer.Read(), factor), x, y);
     if (!options_.bare) DrawMapScales(x, y, width, height);
@@ -263,8 +261,10 @@ class Composer {
       font_.Draw(image_, x + width + u, rowOf(at) + u / 3, label, u, kInk);
     });
     if (facts_.legend == Legend::kSlopes) return;
-    for (const double level : ContourLevels(surface_, options_.contours)) {
-      image_.FillRectangle(x, rowOf(level * bar.factor - bar.start), width, std::max(1, u / 10), kInk);
+    for (const double level : ContourLevels(surface_, options_)) {
+      const double at = level * bar.factor - bar.start;
+      if (at < 0 || at > bar.size) continue;
+      image_.FillRectangle(x, rowOf(at), width, std::max(1, u / 10), kInk);
     }
   }
 

@@ -1,7 +1,6 @@
 // A finished picture of a height map: the drawn surface with title, scales and colour bar.
 #pragma once
 
-#include <functional>
 #include <string>
 
 #include "drawing/offscreen.h"
@@ -20,8 +19,6 @@ struct PictureOptions : SceneOptions {
   bool bare = false;  ///< the drawing alone: no title, scales, box or colour bar
   std::string title;
   std::string unit = "mm";
-  /// Draws more into the scene, in the frame of the surface's drawing; the matrices are set.
-  std::function<void(const Surface&)> overlay;
 };
 
 struct Picture {

@@ -183,6 +183,15 @@ std::string ProblemWith(const SceneOptions& options) {
   return {};
 }
 
+std::vector<double> ContourLevels(const Surface& surface, const SceneOptions& options) {
+  std::vector<double> levels = options.contourHeights;
+  const auto [low, high] = surface.range;
+  for (int i = 0; levels.size() < static_cast<std::size_t>(options.contours) && high > low; ++i) {
+    levels.push_back(low + (double{high} - low) * (i + 0.5) / options.contours);
+  }
+  return levels;
+}
+
 Surface PrepareSurface(const HeightMap& map, const SceneOptions& options) {
   return PrepareSurface(map, options.zScale, FactsOf(options.style).steepest, options.clip);
 }
@@ -202,7 +211,7 @@ void DrawPerspective(const Surface& surface, const Camera& camera, const SceneOp
   glMatrixMode(GL_MODELVIEW);
   glLoadMatrixd(camera.view().data());
   SetLights(camera, style.lighting);
-  if (options.contours > 0) KeepBehindLines();
+  if (options.HasContours()) KeepBehindLines();
   style.draw(scene);
   glDisable(GL_POLYGON_OFFSET_FILL);
   if (style.ground == Ground::kPart) {
@@ -210,7 +219,7 @@ void DrawPerspective(const Surface& surface, const Camera& camera, const SceneOp
     DrawWalls(surface, Rims::kAll);
     DrawFloor(surface);
   }
-  if (options.contours > 0) DrawContours(scene, false);
+  if (options.HasContours()) DrawContours(scene, false);
   if (options.box) DrawBox(scene);
   glFinish();
 }
@@ -232,7 +241,7 @@ void DrawMap(const Surface& surface, const SceneOptions& options) {
                                        options.columnStep, options.rowStep, 1, GL_TRIANGLE_STRIP, 0, 0, 0,
                                        m.xSize, m.ySize);
   }
-  if (options.contours > 0) {
+  if (options.HasContours()) {
     const Camera unused({}, {surface.low, surface.high}, {0, 0, 1, 1}, 1, 1);
     DrawContours(SceneOf(surface, options, unused), true);
   }

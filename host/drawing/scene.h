@@ -51,16 +51,23 @@ enum class ShadowCount { kAutomatic, kSeparateStencil, kTwoSides, kTwoPasses };
 
 struct SceneOptions {
   Style style = Style::kTexture;
-  double zScale = 0;                ///< exaggeration of heights, 0 to choose one
-  int columnStep = 1, rowStep = 1;  ///< draw every so many columns and rows
-  int contours = 0;                 ///< number of contour lines drawn over the surface
+  double zScale = 0;                   ///< exaggeration of heights, 0 to choose one
+  int columnStep = 1, rowStep = 1;     ///< draw every so many columns and rows
+  int contours = 0;                    ///< number of contour lines drawn over the surface
+  std::vector<double> contourHeights;  ///< and where they lie, if not evenly spaced
   std::optional<ClipRange> clip;
   std::optional<double> waterfallAngle;  ///< degrees: which profiles are shown; by default that of the view
   Point light{-1.0, 0.7, 0.5};           ///< from the middle of the surface, its longer side being 1
   bool buffers = false;                  ///< draw from buffer objects instead of in immediate mode
   bool box = true;                       ///< the edges of the box around the surface
   ShadowCount shadowCount = ShadowCount::kAutomatic;
+
+  bool HasContours() const { return contours > 0 || !contourHeights.empty(); }
 };
+
+/// The heights at which contours are drawn: those given, or a number of them evenly spaced in the colours'
+/// range.
+std::vector<double> ContourLevels(const Surface& surface, const SceneOptions& options);
 
 /// What is wrong with a combination of options, empty where nothing is.
 std::string ProblemWith(const SceneOptions& options);

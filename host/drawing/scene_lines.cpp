@@ -116,7 +116,7 @@ void DrawContours(const Scene& scene, bool flat) {
   glDisable(GL_LIGHTING);
   glColor3f(0.08f, 0.08f, 0.10f);
   glLineWidth(1.2f * scene.lineWidth);
-  for (const double level : ContourLevels(s, scene.options.contours)) {
+  for (const double level : ContourLevels(s, scene.options)) {
     const float at = flat ? static_cast<float>(level) : s.Drawn(level);
     ForEachBand(m, [&](int first, int rows) {
       const auto start = static_cast<std::size_t>(first) * static_cast<std::size_t>(m.width);

@@ -121,13 +121,4 @@ double SteepestAngle(const std::vector<float>& angles) {
   return NiceStepAbove(*at);
 }
 
-std::vector<double> ContourLevels(const Surface& surface, int count) {
-  const auto [low, high] = surface.range;
-  std::vector<double> levels;
-  for (int i = 0; i < count && high > low; ++i) {
-    levels.push_back(low + (double{high} - low) * (i + 0.5) / count);
-  }
-  return levels;
-}
-
 }  // namespace qv3d

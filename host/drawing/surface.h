@@ -50,7 +50,4 @@ std::vector<float> SlopeAngles(const Surface& surface);
 /// A round number of degrees that few samples exceed.
 double SteepestAngle(const std::vector<float>& angles);
 
-/// `count` heights, evenly spaced inside the range of the colours, at which contours are drawn.
-std::vector<double> ContourLevels(const Surface& surface, int count);
-
 }  // namespace qv3d

@@ -80,7 +80,11 @@ NumberLines::NumberLines(const std::filesystem::path& path, std::string advice)
     : NumberLines(path, ReadWholeFile(path), std::move(advice)) {}
 
 NumberLines::NumberLines(const std::filesystem::path& path, std::string bytes, std::string advice)
-    : name_(path.string()), advice_(std::move(advice)), bytes_(std::move(bytes)) {}
+    : name_(path.string()), advice_(std::move(advice)), bytes_(std::move(bytes)) {
+  // Spreadsheets begin a text in UTF-8 with it.
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (bytes_.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0) at_ = kByteOrderMark.size();
+}
 
 void NumberLines::Refuse(const std::string& what) const {
   throw Failure(ExitCode::kCorrupt, fmt::format("{}, line {}: {}", name_, line_, what), advice_);

@@ -16,6 +16,10 @@ namespace qv3d {
 /// Where the first row of a file lies, looking down with +y upwards.
 enum class Origin { kTop, kBottom };
 
+constexpr const char* NameOf(Origin origin) {
+  return origin == Origin::kTop ? "top" : "bottom";
+}
+
 /// A grid as its file states it: its own numbers, its own order of rows.
 struct FileGrid {
   std::string kind;  ///< which variant of the format: "SDF, binary, 64-bit floats"
@@ -30,6 +34,8 @@ struct FileGrid {
   std::vector<double> values;         ///< row by row in the file's order; NaN where nothing was measured
   std::vector<std::string> remarks;   ///< what was wrong but could be read
   Provenance provenance;              ///< what it tells besides
+
+  bool StatesSpacing() const { return spacingX > 0 && spacingY > 0; }
 };
 
 /// A grid on its way to a file.

@@ -54,12 +54,12 @@ Line HeightsOf(const std::string& name, const FileGrid& file, const GridReading&
   return {file.heightMetres > 0 ? file.heightMetres / metres : 1, reading.zOffset.value_or(0)};
 }
 
-/// What is not finite is missing; what is finite in the file and not in memory would be lost.
+/// What is not finite is missing.
 float HeightOf(const std::string& name, double value, const Line& line) {
   const double height = value * line.scale + line.offset;
   if (!std::isfinite(value)) return static_cast<float>(QV_BAD_SAMPLE);
-  if (!(std::abs(height) <= std::numeric_limits<float>::max())) {
-    RefuseCorrupt(name, fmt::format("a height of {:g} is more than can be held", height));
+  if (!(std::abs(height) <= kMostHeight)) {
+    RefuseCorrupt(name, fmt::format("a height of {:g} is more than can be measured", height));
   }
   return static_cast<float>(height);
 }
@@ -127,13 +127,6 @@ GridContent ReadGridContent(const std::filesystem::path& path, const GridReading
   return UnderstandGrid(path.string(), *format, std::move(bytes), reading);
 }
 
-HeightMap ReadGrid(const std::filesystem::path& path, const GridReading& reading, Provenance* provenance) {
-  GridContent content = ReadGridContent(path, reading);
-  PrintRemarks(path, content, reading);
-  if (provenance != nullptr) *provenance = std::move(content.file.provenance);
-  return std::move(content.map);
-}
-
 void PrintRemarks(const std::filesystem::path& path, const GridContent& content, const GridReading& reading) {
   for (const std::string& remark : content.file.remarks) {
     fmt::print(stderr, "qv3d: warning: {}: {}\n", path.string(), remark);
@@ -155,6 +148,10 @@ void RequireGridFormat(const std::filesystem::path& path) {
 void WriteGrid(const std::filesystem::path& path, const HeightMap& map, const std::string& unit,
                const GridWriting& writing) {
   if (writing.format == nullptr) RequireGridFormat(path);
+  if (CountMissing(map) == map.heights.size()) {
+    throw Failure(ExitCode::kNotComputable,
+                  fmt::format("{}: every sample is missing: there is nothing to write", path.string()));
+  }
   const GridFormat& format = writing.format != nullptr ? *writing.format : *FindWritable(path.string());
   const Origin origin = OriginOf(path.string(), format, {}, writing.origin);
   WriteWholeFile(path, format.write({map, unit, origin, true, writing.provenance}));

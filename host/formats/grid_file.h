@@ -26,21 +26,16 @@ struct GridContent {
   HeightMap map;
 };
 
-/// True for files that ReadGrid reads: by their first bytes, or else by their name. Meshes are none.
+/// True for files that ReadGridContent reads: by their first bytes, or else by their name. Meshes are none.
 bool IsGridFile(const std::filesystem::path& path);
 
-/// Reads a file with all that it says. Throws Failure (usage, unreadable, corrupt, not computable).
+/// Reads a file with all that it says: its lowest row first, lengths in the unit that was asked for, missing
+/// samples QV_BAD_SAMPLE. Throws Failure (usage, unreadable, corrupt, not computable).
 GridContent ReadGridContent(const std::filesystem::path& path, const GridReading& reading);
 
 /// The same for the bytes of a file, in a format that reads.
 GridContent UnderstandGrid(const std::string& name, const GridFormat& format, std::string bytes,
                            const GridReading& reading);
-
-/// The height map of a file: its lowest row first, lengths in the unit that was asked for, missing samples
-/// QV_BAD_SAMPLE; and what the file tells besides, unless null. Says on the standard error stream what is
-/// doubtful about the file.
-HeightMap ReadGrid(const std::filesystem::path& path, const GridReading& reading,
-                   Provenance* provenance = nullptr);
 
 /// Prints what is doubtful about a file that was read.
 void PrintRemarks(const std::filesystem::path& path, const GridContent& content, const GridReading& reading);

@@ -1,5 +1,6 @@
 // Rows of numbers as text, with comment lines that may state extent and unit.
 #include <QV_3D.h>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
@@ -16,13 +17,13 @@ namespace {
 constexpr const char* kAdvice = "A height map is rows of as many numbers each.";
 constexpr const char* kFirstRowOnTop = "# First row: top\n";
 
-/// "10.00 µm" in metres; 0 where it is no length.
-double LengthOf(std::string_view text) {
+/// "10.00 µm" or "10,00 µm" in metres; 0 where it is no length.
+double LengthOf(std::string text) {
+  std::replace(text.begin(), text.end(), ',', '.');
   double number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc()) return 0;
-  const auto used = static_cast<std::size_t>(end - text.data());
-  return number * UnitInMetres(std::string(Trim(text.substr(used))));
+  return number * UnitInMetres(std::string(Trim(end)));
 }
 
 /// What the comment lines say: the extent of all cells, the unit of the heights, where the first row lies.
@@ -31,9 +32,9 @@ void ApplyComments(const std::vector<std::string>& comments, FileGrid& grid) {
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos) continue;
     const std::string_view key = Trim(line.substr(0, colon)), value = Trim(line.substr(colon + 1));
-    if (key == "Width") grid.spacingX = LengthOf(value) / grid.width;
-    if (key == "Height") grid.spacingY = LengthOf(value) / grid.height;
-    if (key == "Value units") grid.heightMetres = UnitInMetres(std::string(value));
+    if (key == "Width") grid.spacingX = LengthOf(std::string(value)) / grid.width;
+    if (key == "Height") grid.spacingY = LengthOf(std::string(value)) / grid.height;
+    if (key == "Value units") grid.heightMetres = UnitOf(value, grid.foreignUnit);
     // Gwyddion's: it names the channel, and writes the row first that it shows on top.
     if (key == "Channel" && !grid.origin) grid.origin = Origin::kTop;
     if (key == "First row" && value == "top") grid.origin = Origin::kTop;

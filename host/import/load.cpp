@@ -28,7 +28,12 @@ void ReadMap(const ImportOptions& options, LoadedMap& loaded, Progress& progress
                   "qv3d resample changes their number.");
   }
   progress.Phase("reading the height map");
-  loaded.map = ReadGrid(options.file, ReadingOf(options), &loaded.provenance);
+  const GridReading reading = ReadingOf(options);
+  GridContent content = ReadGridContent(options.file, reading);
+  PrintRemarks(options.file, content, reading);
+  loaded.map = std::move(content.map);
+  loaded.file = std::move(content.file);
+  loaded.origin = content.origin;
   loaded.missing = CountMissing(loaded.map);
   if (loaded.missing == loaded.map.heights.size()) {
     throw Failure(ExitCode::kNotComputable, "every sample of the height map is missing");

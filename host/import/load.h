@@ -34,10 +34,11 @@ struct LoadedMap {
   bool fromMesh = true;  ///< otherwise the file was a height map, and the next two are empty
   PreparedMesh prepared;
   MeshFacts mesh;
-  HeightMap map;            ///< filled and levelled as asked for
-  std::size_t missing = 0;  ///< samples that were missing before filling
-  Provenance provenance;    ///< of a height map
-  Plane plane;              ///< what levelling subtracted
+  FileGrid file;                    ///< what the file of a height map says of itself, without its values
+  Origin origin = Origin::kBottom;  ///< where its first row lies
+  HeightMap map;                    ///< filled and levelled as asked for
+  std::size_t missing = 0;          ///< samples that were missing before filling
+  Plane plane;                      ///< what levelling subtracted
 
   double MissingShare() const {
     return static_cast<double>(missing) / static_cast<double>(map.heights.size());

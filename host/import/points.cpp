@@ -99,12 +99,17 @@ PointCloud PointsOfPly(const std::filesystem::path& path, const PlyFile& file) {
 PointCloud ReadPoints(const std::filesystem::path& path) {
   std::string bytes = ReadWholeFile(path);
   if (LooksLikePly(bytes)) return PointsOfPly(path, ReadPly(bytes));
-  NumberLines lines(path, std::move(bytes),
-                    "A file of points has x, y and z on every line, with a decimal point.");
+  NumberLines lines(
+      path, std::move(bytes),
+      "A file of points has x, y and z on every line, and little more. A matrix of heights is a "
+      "height map already, which all other commands take.");
   PointCloud cloud;
   std::vector<double> row;
   while (lines.Next(row)) {
-    if (row.size() < 3) lines.Refuse(fmt::format("{} numbers where x, y and z should be", row.size()));
+    // Colours and the like may follow.
+    constexpr std::size_t kMostColumns = 16;
+    if (row.size() < 3 || row.size() > kMostColumns)
+      lines.Refuse(fmt::format("{} numbers where x, y and z should be", row.size()));
     Add(cloud, {row[0], row[1], row[2]});
   }
   if (cloud.points.size() > kMostPoints) lines.Refuse("more points than can be gridded");

@@ -1,7 +1,6 @@
 // Steps that write files.
 #include <cstdio>
 #include <fmt/format.h>
-#include <system_error>
 
 #include "drawing/picture.h"
 #include "failure.h"
@@ -89,13 +88,6 @@ Step MakeRender(StepWords& words) {
   return step;
 }
 
-std::filesystem::path Canonical(const std::filesystem::path& path) {
-  std::error_code error;
-  const std::filesystem::path canonical =
-      std::filesystem::weakly_canonical(std::filesystem::absolute(path), error);
-  return error ? path : canonical;
-}
-
 }  // namespace
 
 std::filesystem::path OutputPath(const std::string& pattern, const std::filesystem::path& file) {
@@ -107,21 +99,10 @@ std::filesystem::path OutputPath(const std::string& pattern, const std::filesyst
   return name;
 }
 
-void OutputGuard::Protect(const std::filesystem::path& path) {
-  taken_.insert(Canonical(path));
-}
-
-void OutputGuard::Claim(const std::filesystem::path& path) {
-  if (taken_.insert(Canonical(path)).second) return;
-  throw Failure(ExitCode::kUsage,
-                fmt::format("{}: this is one of the files to be read, or was written before", path.string()),
-                "In the name of an output {stem} stands for the input's, without folder and extension.");
-}
-
 void AddOutputSteps(std::vector<StepKind>& steps) {
   const StepKind own[] = {
       {"write", "FILE",
-       "write the map as it is here, in the format of the extension; {stem} in the name is the input's",
+       "write the map as it is here, in the format of the name's end; {stem} in it is the input's",
        MakeWrite},
       {"render", "FILE [STYLE]", "draw the map as it is here, a .png picture; {stem} as above", MakeRender}};
   steps.insert(steps.end(), std::begin(own), std::end(own));

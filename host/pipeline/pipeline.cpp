@@ -1,6 +1,7 @@
 #include "pipeline/pipeline.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fmt/format.h>
 
 #include "failure.h"
@@ -63,6 +64,21 @@ void NamingStep(std::size_t index, const std::string& text, Act act) {
     throw Failure(failure.code(),
                   fmt::format("step {} ({}): {}", index + 1, text, WithoutDashes(failure.what())),
                   WithoutDashes(failure.advice()));
+  }
+}
+
+/// Throws Failure (not computable) where a step has left nothing, or heights that are no numbers.
+void RequireHeights(const HeightMap& map) {
+  const auto beyond = std::count_if(map.heights.begin(), map.heights.end(),
+                                    [](float h) { return !IsMissing(h) && std::abs(h) > kMostHeight; });
+  if (beyond > 0) {
+    throw Failure(ExitCode::kNotComputable,
+                  fmt::format("{} heights are now more than {:g}, which is more than can be measured", beyond,
+                              kMostHeight));
+  }
+  if (CountMissing(map) == map.heights.size()) {
+    throw Failure(ExitCode::kNotComputable, "every sample is missing now",
+                  "Put fill before it, or take more of the map.");
   }
 }
 
@@ -160,7 +176,10 @@ void Pipeline::ClaimOutputs(const std::filesystem::path& file, OutputGuard& guar
 void Pipeline::Run(PipeState& state, Progress& progress) const {
   for (std::size_t i = 0; i < parts_.size(); ++i) {
     progress.Phase(parts_[i].text);
-    NamingStep(i, parts_[i].text, [&] { parts_[i].step.run(state); });
+    NamingStep(i, parts_[i].text, [&] {
+      parts_[i].step.run(state);
+      RequireHeights(state.map);
+    });
   }
 }
 

@@ -61,8 +61,8 @@ Step MakeOffset(StepWords& words) {
 }
 
 void PlanFill(PlannedGrid& grid) {
+  grid.filledHoles = grid.filledHoles.value_or(false) || grid.holes;
   grid.holes = false;
-  grid.filled = true;
 }
 
 Step MakeFill(StepWords& words) {
@@ -77,6 +77,9 @@ Step MakeFill(StepWords& words) {
     const Quantity height = TakeHeight(words, "a height");
     return filledBy([height](PipeState& state) {
       const auto value = static_cast<float>(height.Length(state.unit, 0));
+      if (IsMissing(value)) {
+        throw Failure(ExitCode::kUsage, fmt::format("{} stands for a missing sample", value));
+      }
       for (float& h : state.map.heights) {
         if (IsMissing(h)) h = value;
       }
@@ -89,13 +92,13 @@ Step MakeFill(StepWords& words) {
 Step MakeUnfill(StepWords&) {
   return {
       [](PlannedGrid& grid) {
-        if (!grid.filled) {
+        if (!grid.filledHoles) {
           throw Failure(
               ExitCode::kUsage,
               "nothing was filled before, or the map was resampled since: there are no holes to put back");
         }
-        grid.filled = false;
-        grid.holes = true;
+        grid.holes = *grid.filledHoles;
+        grid.filledHoles.reset();
       },
       [](PipeState& state) {
         PutHolesBack(*state.measured, state.map);
@@ -220,7 +223,7 @@ Step MakeResample(StepWords& words) {
             shape.height = ny;
             shape.xSize = static_cast<float>((nx - 1) * dx);
             shape.ySize = static_cast<float>((ny - 1) * dy);
-            grid.filled = false;
+            grid.filledHoles.reset();
           },
           [=](PipeState& state) {
             const auto [nx, ny] = size.For(state.map, state.unit);

@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "analysis/height_map.h"
+#include "files/output_guard.h"
 #include "pipeline/words.h"
 #include "report.h"
 
@@ -16,21 +16,10 @@ namespace qv3d {
 
 /// What the steps so far will have made of a map: enough to judge a step before any work is done.
 struct PlannedGrid {
-  HeightMap shape;      ///< without heights
-  bool holes = false;   ///< whether samples are missing
-  bool filled = false;  ///< whether "unfill" knows which were
-  std::string unit;     ///< of the file
-};
-
-/// Files that must not be written: the inputs, and what has been written already.
-class OutputGuard {
- public:
-  /// Throws Failure (usage) where the file is taken.
-  void Claim(const std::filesystem::path& path);
-  void Protect(const std::filesystem::path& path);
-
- private:
-  std::set<std::filesystem::path> taken_;
+  HeightMap shape;                  ///< without heights
+  bool holes = false;               ///< whether samples are missing
+  std::optional<bool> filledHoles;  ///< whether "unfill" will find any; empty where nothing was filled
+  std::string unit;                 ///< of the file
 };
 
 /// The file that a pattern means for an input.

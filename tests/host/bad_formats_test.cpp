@@ -223,8 +223,9 @@ TEST(BadFormats, ScatteredPoints_AreNoGrid) {
   ExpectRefused("a.xyz", "0 nan 1\n", ExitCode::kCorrupt, "without x or y");
 }
 
-TEST(BadFormats, HeightsThatNoFloatHolds_AreRefused) {
-  ExpectRefused("a.csv", "1,2\n3,1e300\n", ExitCode::kCorrupt, "more than can be held");
+TEST(BadFormats, HeightsThatNobodyMeasures_AreRefused) {
+  ExpectRefused("a.csv", "1,2\n3,1e300\n", ExitCode::kCorrupt, "more than can be measured");
+  ExpectRefused("a.csv", "1,2\n3,-1e30\n", ExitCode::kCorrupt, "more than can be measured");
   EXPECT_TRUE(IsMissing(Understand("a.csv", "1,2\n3,inf\n", {}).map.At(1, 1)));
 }
 

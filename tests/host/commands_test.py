@@ -5,7 +5,7 @@ import math
 import os
 import unittest
 
-from support import Picture, ProgramTest, ascii_stl, binary_stl, sheet
+from support import Picture, ProgramTest, ascii_stl, binary_stl, grid, sheet
 
 
 class Help(ProgramTest):
@@ -177,6 +177,65 @@ class HeightMaps(ProgramTest):
         for content in (b"", b"1,2\n", b"1,2\n3\n", b"1,2\n3,x\n", b"1,2\n3,4,\n", b"\x00\x01\n\x02\n"):
             self.write("grid.csv", content)
             self.assertIn("grid.csv", self.run_program("stats", "grid.csv", status=3).stderr)
+
+    def test_spreadsheets_and_decimal_commas(self):
+        text = "\ufeff# Width: 0,03 mm\r\n# Height: 0,02 mm\r\n# Value units: um\r\n1,5;2,5;3\r\n4;5;6,75\r\n"
+        self.write("grid.csv", text.encode())
+        report = self.run_json("stats", "grid.csv", "--no-level", "--unit", "um")
+        self.assertAlmostEqual(report["grid"]["spacingX"], 10, places=5)
+        self.assertAlmostEqual(report["statistics"]["Sp"], 6.75, places=5)
+        self.write("grid.csv", "\ufeff1,2,3\n4,5,6\n".encode())
+        self.assertEqual(self.run_json("info", "grid.csv")["heights"], [1, 6])
+
+    def test_heights_that_are_no_lengths_are_refused(self):
+        self.write("volts.txt", b"# Width: 3 um\n# Height: 2 um\n# Value units: V\n1 2 3\n4 5 6\n")
+        self.assertIn("no length", self.run_program("stats", "volts.txt", status=4).stderr)
+        self.assertAlmostEqual(self.run_json("stats", "volts.txt", "--no-level", "--height-scale", "0.5")["statistics"]["Sp"], 3)
+
+    def test_heights_along_a_line_give_no_plane(self):
+        for line in (lambda x, y: x == 0.05, lambda x, y: y == 0.05, lambda x, y: abs(x - y) < 1e-9):
+            self.write("line.csv", grid(20, 20, 0.01, lambda x, y: 1 + x + y if line(x, y) else None))
+            self.assertIn("on a line", self.run_program("stats", "line.csv", status=4).stderr)
+            self.assertEqual(self.run_json("info", "line.csv")["grid"]["missingSamples"], 380)
+        # Two neighbouring rows are enough.
+        self.write("two.csv", grid(20, 20, 0.01, lambda x, y: 1 + x + y if y < 0.015 else None))
+        self.assertLess(self.run_json("stats", "two.csv")["statistics"]["Sz"], 1e-5)
+
+    def test_long_strips_are_levelled(self):
+        self.write("strip.csv", grid(200000, 3, 0.01, lambda x, y: 0.1 * x + 5 * y))
+        self.assertLess(self.run_json("stats", "strip.csv")["statistics"]["Sz"], 1e-2)
+
+    def test_nothing_is_not_written(self):
+        self.write("line.csv", grid(20, 20, 0.01, lambda x, y: 1 if x == 0.05 else None))
+        self.assertIn("every sample is missing", self.run_program("resample", "line.csv", "--nx", "7", "-o", "r.csv", status=4).stderr)
+        self.assertFalse(os.path.exists(self.path("r.csv")))
+        self.write("none.csv", grid(3, 3, 0.01, lambda x, y: None))
+        self.assertIsNone(self.run_json("info", "none.csv")["heights"])
+        self.assertNotIn("heights", self.run_program("info", "none.csv").stdout)
+
+    def test_inputs_are_not_written_over(self):
+        self.write("map.csv", grid(30, 20, 0.01, lambda x, y: x * y + (x > 0.1)))
+        self.write("map.png", b"")
+        os.symlink("map.csv", self.path("link.csv"))
+        for arguments in (("filter", "map.csv", "--mean", "3", "-o", "map.csv"), ("filter", "map.csv", "--mean", "3", "-o", "link.csv"),
+                          ("filter", "map.csv", "--mean", "3", "-o", "a.csv", "--residual", "a.csv"),
+                          ("convert", "map.csv", "-o", "a.sdf", "-o", "./map.csv"), ("convert", "map.csv", "--format", "csv", "-o", "map.csv"),
+                          ("resample", "map.csv", "--nx", "9", "-o", "map.csv"), ("mesh2grid", "map.csv"),
+                          ("fft-filter", "map.csv", "--low-pass", "--cutoff", "0.1", "-o", "map.csv"), ("spectrum", "map.csv", "--csv", "map.csv"),
+                          ("autocorrelate", "map.csv", "--csv", "map.csv"), ("contour", "map.csv", "-o", "map.csv"),
+                          ("section", "map.csv", "--row", "3", "-o", "map.csv"), ("render", "map.png", "-o", "map.png"),
+                          ("gallery", "map.png", "-o", "map.png"), ("points2grid", "map.csv", "-o", "map.csv"),
+                          ("roundness", "map.csv", "-o", "a.png", "--csv", "map.csv", "--cutoff", "50")):
+            before = sorted(os.listdir(self.folder))
+            self.assertIn("files to be read, or was written", self.run_program(*arguments, status=1).stderr, arguments)
+            self.assertEqual(sorted(os.listdir(self.folder)), before)
+
+    def test_pictures_are_png(self):
+        self.write("map.csv", grid(9, 9, 0.01, lambda x, y: x * y))
+        for arguments in (("render", "map.csv", "-o", "a.jpg"), ("gallery", "map.csv", "-o", "a.jpg"),
+                          ("filter", "map.csv", "--mean", "3", "-o", "a.csv", "--picture", "a.jpg")):
+            self.assertIn("must end in .png", self.run_program(*arguments, status=1).stderr)
+        self.assertEqual(os.listdir(self.folder), ["map.csv"])
 
     def test_map_without_samples_is_4_and_mesh_options_are_1(self):
         self.write("grid.csv", b"nan,nan\nnan,nan\n")

@@ -9,6 +9,7 @@
 #include <random>
 #include <sstream>
 
+#include "analysis/contour_map.h"
 #include "files/contour_files.h"
 
 namespace qv3d {
@@ -192,6 +193,73 @@ TEST(ContourDxf, HasAPolylinePerLineOnTheLayerOfItsLevel) {
 
 TEST(ContourCsv, HasALinePerSegment) {
   EXPECT_EQ(ContourCsv(Sheet()), "# height, x1, y1, x2, y2 in mm\n0.25,1,2,3,4\n0.25,5,6,7,8\n");
+}
+
+HeightMap WavesOf(double length, float noise) {
+  HeightMap map;
+  map.width = 200;
+  map.height = 150;
+  map.xSize = 1.99f;
+  map.ySize = 1.49f;
+  std::mt19937 random(7);
+  std::uniform_real_distribution<float> some(-noise, noise);
+  for (int row = 0; row < map.height; ++row) {
+    for (int column = 0; column < map.width; ++column) {
+      const double phase = 2 * std::numbers::pi * column * map.SpacingX() / length;
+      map.heights.push_back(static_cast<float>(0.004 * std::sin(phase)) + some(random));
+    }
+  }
+  return map;
+}
+
+TEST(ContourMap, RoundHeights_LieInsideAtEqualSteps) {
+  const HeightMap map = WavesOf(0.5, 0);
+  for (const int count : {1, 2, 5, 8, 12, 100}) {
+    const std::vector<double> heights = RoundHeights(HeightRange(map), "mm", count);
+    ASSERT_FALSE(heights.empty());
+    EXPECT_GT(heights.front(), -0.004);
+    EXPECT_LT(heights.back(), 0.004);
+    EXPECT_LE(heights.size(), 2 * static_cast<std::size_t>(count) + 1);
+    EXPECT_GE(2 * heights.size() + 1, static_cast<std::size_t>(count));
+  }
+  EXPECT_EQ(RoundHeights(HeightRange(map), "mm", 8).size(), 7U);  // 1 um apart
+  HeightMap flat = map;
+  std::fill(flat.heights.begin(), flat.heights.end(), 3.0f);
+  EXPECT_TRUE(RoundHeights(HeightRange(flat), "mm", 8).empty());
+}
+
+TEST(ContourMap, LongWaves_StayAsTheyAre) {
+  const HeightMap map = WavesOf(1, 0);
+  const ContourMap contours = ContourMapOf(map, "mm", 8);
+  EXPECT_EQ(contours.window, 1);
+  EXPECT_EQ(contours.map.heights, map.heights);
+  EXPECT_EQ(contours.heights, RoundHeights(HeightRange(map, 0.002), "mm", 8));
+}
+
+TEST(ContourMap, Noise_IsSmoothedUntilLinesLieApart) {
+  HeightMap map = WavesOf(1, 0.002f);
+  for (std::size_t k = 0; k < 300; ++k) map.heights[k] = static_cast<float>(QV_BAD_SAMPLE);
+  const ContourMap contours = ContourMapOf(map, "mm", 8);
+  EXPECT_GT(contours.window, 1);
+  EXPECT_LE(contours.window, 37);
+  double length = 0;
+  for (const double height : contours.heights) {
+    for (const ContourLine& line : ContoursAt(contours.map, static_cast<float>(height)).lines)
+      length += LengthOf(line);
+  }
+  // An eightieth of the longer side apart; lines of one direction are estimated a quarter too short.
+  EXPECT_LT(length * 1.99 / 80, 1.3 * 1.99 * 1.49);
+  for (std::size_t k = 0; k < map.heights.size(); ++k) {
+    ASSERT_EQ(IsMissing(contours.map.heights[k]), IsMissing(map.heights[k]));
+  }
+}
+
+TEST(ContourMap, SmallMaps_Return) {
+  HeightMap map;
+  map.width = map.height = 2;
+  map.xSize = map.ySize = 1;
+  map.heights = {0, 1, 1, 0};
+  EXPECT_EQ(ContourMapOf(map, "mm", 8).window, 1);
 }
 
 }  // namespace

@@ -46,6 +46,18 @@ class Contour(ProgramTest):
         level = self.run_json("contour", self.cone(), "--no-level", "--at", "1.2")["levels"][0]
         self.assertEqual((level["lines"], level["closed"]), (2, 0))
 
+    def test_picture_marks_the_heights_in_its_legend(self):
+        plain, lined = (self.run_picture("--at", at) for at in ("9", "0.4"))
+        # The bar lies right of the map; nothing else is drawn there.
+        bar = [(x, y) for y in range(plain.height) for x in range(plain.width * 8 // 10, plain.width)]
+        changed = [at for at in bar if plain.pixel(*at) != lined.pixel(*at)]
+        self.assertTrue(changed)
+        self.assertLess(max(y for _, y in changed) - min(y for _, y in changed), 4)
+
+    def run_picture(self, *arguments):
+        self.run_program("contour", self.cone(), "--no-level", *arguments, "-o", "picture.png", "--size", "480x360")
+        return Picture(self.path("picture.png"))
+
     def test_files_hold_the_same_lines(self):
         self.run_program("contour", self.cone(), "--no-level", "--at", "0.4,0.8,1.2", "-o", "c.svg", "-o", "c.dxf", "-o",
                          "c.csv")

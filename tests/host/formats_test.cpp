@@ -75,7 +75,8 @@ TEST(ReadGrid, UnitAskedFor_IsThatOfTheMap) {
     for (const auto& [unit, factor] : kPerMicrometre) {
       GridReading reading;
       reading.unit = unit;
-      ExpectSameMap(ReadGrid(file, reading), Scaled(Plate(), factor), static_cast<float>(2e-5 * factor));
+      ExpectSameMap(ReadGridContent(file, reading).map, Scaled(Plate(), factor),
+                    static_cast<float>(2e-5 * factor));
     }
   }
 }
@@ -87,12 +88,12 @@ TEST(ReadGrid, OriginAskedFor_TurnsTheRows) {
     const GridContent plain = ReadGridContent(file, reading);
     reading.origin = plain.origin;
     if (plain.format->hasCoordinates) {
-      EXPECT_THROW(ReadGrid(file, reading), Failure);
+      EXPECT_THROW(ReadGridContent(file, reading), Failure);
       continue;
     }
-    EXPECT_EQ(ReadGrid(file, reading).heights, plain.map.heights);
+    EXPECT_EQ(ReadGridContent(file, reading).map.heights, plain.map.heights);
     reading.origin = plain.origin == Origin::kTop ? Origin::kBottom : Origin::kTop;
-    EXPECT_EQ(ReadGrid(file, reading).heights, UpsideDown(plain.map).heights);
+    EXPECT_EQ(ReadGridContent(file, reading).map.heights, UpsideDown(plain.map).heights);
   }
 }
 
@@ -103,7 +104,7 @@ TEST(ReadGrid, SpacingAndScaleAskedFor_OverrideTheFile) {
     reading.spacing = 7;
     reading.zScale = 0;
     reading.zOffset = 3;
-    const HeightMap map = ReadGrid(file, reading);
+    const HeightMap map = ReadGridContent(file, reading).map;
     EXPECT_EQ(map.xSize, 28);
     EXPECT_EQ(map.ySize, 14);
     EXPECT_EQ(map.heights[0], 3);
@@ -234,7 +235,7 @@ TEST(WriteGrid, WideSdf_IsAUsageError) {
   const TemporaryFile file = TemporaryFile::Create();
   EXPECT_THROW(WriteGrid(file.path(), map, "mm", As("sdf")), Failure);
   WriteGrid(file.path(), map, "mm", As("sdf-ascii"));
-  EXPECT_EQ(ReadGrid(file.path(), {}).width, 65536);
+  EXPECT_EQ(ReadGridContent(file.path(), {}).map.width, 65536);
 }
 
 TEST(WriteGrid, UnknownExtensionOrOriginOfPoints_IsAUsageError) {

@@ -86,6 +86,54 @@ class SameAsCommands(PipeTest):
         self.assertIn("nan", str(piped))
 
 
+class SingleSteps(PipeTest):
+    def assert_same(self, step, *parameters, file="map.csv"):
+        self.pipe(" ".join((step, *parameters)) + " | write piped.csv", file=file)
+        self.run_program(step, file, *parameters, "-o", "alone.csv")
+        with open(self.path("piped.csv"), "rb") as piped, open(self.path("alone.csv"), "rb") as alone:
+            self.assertEqual(piped.read(), alone.read(), step)
+
+    def test_every_step_that_makes_a_map_is_a_command(self):
+        self.write("holed.csv", self.surface(hole=True))
+        for step in (("level",), ("centre",), ("invert",), ("scale", "-2.5"), ("offset", "-3um"), ("crop", "0.1", "0.2", "30samples", "40samples"),
+                     ("trim", "50um"), ("mean", "5"), ("min", "3"), ("max", "50um"), ("median", "5"), ("rank", "5"), ("laplacian", "3"),
+                     ("binomial",), ("gaussian", "0.15mm", "residual"), ("spline", "150um"), ("circle", "0.4"), ("low-pass", "0.2", "ideal"),
+                     ("high-pass", "200", "um")):
+            self.assert_same(*step)
+        for step in (("fill",), ("fill", "lowest"), ("fill", "-1um"), ("mean", "3")):
+            self.assert_same(*step, file="holed.csv")
+
+    def test_each_step_of_the_list_has_a_command(self):
+        steps = [line.split()[0] for line in self.run_program("pipe", "--list").stdout.splitlines()]
+        self.assertIn("circle", steps)
+        # "unfill" is the option --fill of a single step, "write" is the command convert.
+        for step in set(steps) - {"unfill", "write"}:
+            self.run_program(step, "--help")
+
+    def test_holes_are_put_back(self):
+        self.write("holed.csv", self.surface(hole=True))
+        self.assertIn("missing", self.run_program("gaussian", "holed.csv", "150um", "-o", "a.csv", status=1).stderr)
+        self.run_program("gaussian", "holed.csv", "150um", "--fill", "-o", "a.csv")
+        self.pipe("fill | gaussian 150um | unfill | write b.csv", file="holed.csv")
+        with open(self.path("a.csv"), "rb") as a, open(self.path("b.csv"), "rb") as b:
+            self.assertEqual(a.read(), b.read())
+
+    def test_many_outputs_and_wrong_use(self):
+        report = self.run_json("trim", "-o", "a.sdf", "map.csv", "5samples", "-o", "{stem}_b.png")
+        self.assertEqual(report["written"], ["a.sdf", "map_b.png"])
+        for arguments, word in ((("gaussian", "map.csv", "-o", "a.csv"), "needs a length"), (("level", "map.csv"), "--output"),
+                                (("level", "map.csv", "-o", "map.csv"), "to be read"), (("trim", "map.csv", "5samples | level", "-o", "a.csv"), "one step"),
+                                (("median", "map.csv", "4", "-o", "a.csv"), "odd"), (("level", "map.csv", "-o", "a.doc"), "must end in")):
+            self.assertIn(word, self.run_program(*arguments, status=1).stderr)
+
+    def test_the_first_row_may_lie_on_top(self):
+        self.run_program("invert", "map.csv", "--origin", "top", "-o", "alone.csv")
+        self.pipe("invert | write piped.csv", "--origin", "top")
+        rows = read_rows(self.path("map.csv"))
+        self.assertEqual(read_rows(self.path("alone.csv")), [[-h for h in row] for row in reversed(rows)])
+        self.assertEqual(read_rows(self.path("piped.csv")), read_rows(self.path("alone.csv")))
+
+
 class Steps(PipeTest):
     def rows(self, steps, file="map.csv"):
         self.pipe(steps + " | write out.csv", file=file)
@@ -198,6 +246,19 @@ class Refusals(PipeTest):
             self.assertFalse(os.path.exists(self.path("early.csv")), steps)
         for steps in ("gaussian 0.15", "median 3", "spectrum", "low-pass 0.2", "fill | unfill | spline 0.2"):
             self.refuse(steps, "missing", "fill", file="holed.csv")
+
+    def test_nothing_and_heights_beyond_measure_are_told(self):
+        self.write("holed.csv", self.surface(hole=True))
+        hole = "crop 32samples 22samples 5samples 5samples"
+        for steps in (hole, hole + " | fill", hole + " | write none.csv", hole + " | level"):
+            self.refuse(steps, "every sample is missing", "step 1", file="holed.csv", status=4)
+        self.refuse("level | scale 1e30", "step 2", "more than can be measured", status=4)
+        self.refuse("offset 1e39", "more than can be measured", status=4)
+        self.refuse("fill -1e10", "stands for a missing sample", file="holed.csv")
+        self.assertFalse(os.path.exists(self.path("none.csv")))
+
+    def test_where_nothing_was_filled_no_hole_comes_back(self):
+        self.assertEqual(self.pipe("fill | median 3 | unfill | spline 0.2 | stats")["results"]["missing"], 0)
 
     def test_wrong_use(self):
         self.run_program("pipe", status=1)

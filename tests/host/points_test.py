@@ -114,6 +114,12 @@ class Points2Grid(ProgramTest):
             self.write("p.ply", content)
             self.assertIn(says, self.run_program("points2grid", "p.ply", status=3).stderr)
 
+    def test_matrices_of_heights_are_not_taken_for_points(self):
+        self.write("map.csv", b"".join(b",".join(b"%d" % (i * j) for i in range(20)) + b"\n" for j in range(9)))
+        self.assertIn("a height map already", self.run_program("points2grid", "map.csv", status=3).stderr)
+        self.write("coloured.xyz", b"".join(b"%d %d %d 255 128 0 0.5\n" % (i, j, i) for i in range(3) for j in range(3)))
+        self.assertEqual(self.run_json("points2grid", "coloured.xyz")["points"], 9)
+
     def test_what_cannot_be_gridded_says_so(self):
         for content, status in ((b"", 4), (b"1 2\n", 3), (b"1 2 three\n", 3), (b"0 0 1\n1 0 1\n2 0 1\n", 4)):
             self.write("p.xyz", content)

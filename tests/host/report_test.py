@@ -20,6 +20,7 @@ class Page(html.parser.HTMLParser):
     def __init__(self, text):
         super().__init__()
         self.open, self.pictures, self.rows, self.items, self.references = [], [], [], [], []
+        self.text = text
         self.feed(text)
         assert not self.open, self.open
 
@@ -104,6 +105,26 @@ class Report(ProgramTest):
             text = file.read()
         self.assertIn("<h1>A &lt;b&gt; &amp; c</h1>", text)
         self.assertIn("filled from around", text)
+
+    def test_how_the_file_was_understood_is_told(self):
+        item = self.page("map.csv").items[0]
+        self.assertIn("first row lies at the bottom; it states the unit of its heights.", item)
+        item = self.page("map.csv", "--origin", "top", "--height-scale", "2", "--height-offset", "0.5", "--spacing", "0.25").items[0]
+        for words in ("lies at the top", "a 1 in it was taken for a height of 2 mm", "0.5 mm was added", "taken to be 0.25 mm apart"):
+            self.assertIn(words, item)
+        self.write("plain.csv", b"1,2,4\n4,5,6\n7,9,9\n")
+        page = self.page("plain.csv", "--unit", "um")
+        self.assertIn("names no unit for its heights, µm was taken", page.items[0])
+        self.assertIn("does not state how far its samples are apart, 1 µm was taken", page.items[0])
+        self.assertEqual(page.number("Format"), "rows of numbers as text")
+
+    def test_lines_of_a_fine_texture_are_those_of_a_smoothed_map(self):
+        self.write("fine.csv", grid(160, 120, 0.01, lambda x, y: 0.01 * x * x + 0.002 * math.sin(300 * x) * math.cos(311 * y)))
+        self.assertRegex(self.page("fine.csv").text, r"smoothed by two moving means of (\d+) × \1 samples")
+        self.write("smooth.csv", grid(160, 120, 0.01, lambda x, y: 0.01 * math.sin(5 * x) * math.cos(4 * y)))
+        text = self.page("smooth.csv").text
+        self.assertNotIn("smoothed", text)
+        self.assertRegex(text, r"Lines of equal height, \d+ µm apart\.")
 
     def test_two_runs_write_the_same(self):
         pages = []
