@@ -83,6 +83,7 @@ void PrintGridJson(const ImportOptions& options, const GridContent& content, std
        {{"spacing", content.file.StatesSpacing()},
         {"lateralUnit", content.file.lateralMetres > 0},
         {"heightUnit", content.file.heightMetres > 0}}},
+      {"provenance", content.file.provenance},
       {"remarks", content.file.remarks}};
   // What a file tells need not be UTF-8.
   fmt::print("{}\n", json.dump(2, ' ', false, Json::error_handler_t::replace));
