@@ -79,7 +79,8 @@ std::vector<TableRow> NumbersOf(const SurfaceReport& r, const HeightMap& whole) 
     rows.push_back({"Sal", c.fastest > 0 ? FormatLength(c.fastest, HandyUnit(unit, c.fastest)) : "-",
                     "fastest decay of the autocorrelation to 0.2"});
     rows.push_back({"Str", c.slowest > 0 ? fmt::format("{:.3f}", c.fastest / c.slowest) : "-",
-                    "texture aspect: fastest over slowest decay"});
+                    c.slowest > 0 ? "texture aspect: fastest over slowest decay"
+                                  : "texture aspect; along some direction there is no decay to 0.2"});
   } catch (const Failure&) {
     rows.push_back({"Sal, Str", "-", "the surface is flat"});
   }
@@ -131,6 +132,8 @@ std::string UnderstoodAs(const SurfaceReport& r) {
     text += fmt::format("; it does not state how far its samples are apart, 1 {} was taken", unit);
   } else if (file.lateralMetres == 0) {
     text += fmt::format("; it names no unit for the distance of its samples, {} was taken", unit);
+  } else {
+    text += "; it states the distance of its samples";
   }
   return text;
 }
@@ -265,7 +268,8 @@ ReportPicture SpectrumPicture(const HeightMap& whole, bool wasFilled, const std:
   Image image(picture.width, picture.height, kPaper);
   ImageCanvas canvas(image);
   DrawFields(canvas, image, picture);
-  return {"Spectrum", wasFilled ? "Missing samples were filled from around for it." : "", "",
+  const std::string caption = "Amplitudes of the waves; a line from the middle runs across their crests.";
+  return {"Spectrum", wasFilled ? caption + " Missing samples were filled from around for it." : caption, "",
           EncodePng(image)};
 }
 

@@ -22,7 +22,7 @@ void DrawFrameAxes(Canvas& canvas, const FrameAxes& a, int unit) {
     canvas.Text(a.x - u, at + u / 3.0, tick.label, u, kInk, Align::kRight);
   }
   canvas.Text(a.x + a.width / 2.0, a.y + a.height + 3.25 * u, a.xName, u, kQuiet, Align::kCentre);
-  canvas.Text(a.x - u, a.y - 0.75 * u, a.yName, u, kQuiet, Align::kRight);
+  canvas.Text(a.x - 4 * u, a.y - 0.75 * u, a.yName, u, kQuiet, Align::kLeft);
 }
 
 }  // namespace qv3d

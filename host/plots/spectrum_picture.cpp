@@ -29,7 +29,7 @@ FieldPicture PictureOf(const Spectrum& s, const std::optional<Wave>& wave, const
   field.bottom = -(s.rows + 1) / 2.0 * y;
   field.top = field.bottom + s.rows * y;
   field.xName = fmt::format("frequency in x / (1/{})", units.length.name);
-  field.yName = "in y";
+  field.yName = fmt::format("frequency in y / (1/{})", units.length.name);
   field.valueName = fmt::format("log₁₀(amplitude / {})", units.amplitude.name);
   field.high = *std::max_element(field.values.begin(), field.values.end());
   field.low = field.high - decades;
