@@ -30,8 +30,10 @@ if(WIN32)
 else()
   set_target_properties(QV_3D PROPERTIES LINK_DEPENDS ${export_lists}/QV_3D.map)
   # Names like Resample or TurnOn are common: calls inside the library must not be captured by a host's own.
-  target_link_options(QV_3D PRIVATE -Wl,--version-script=${export_lists}/QV_3D.map -Wl,-Bsymbolic-functions
-    -Wl,--no-undefined)
+  target_link_options(QV_3D PRIVATE -Wl,--version-script=${export_lists}/QV_3D.map -Wl,-Bsymbolic-functions)
+  if(NOT QV_3D_SANITIZE OR NOT CMAKE_CXX_COMPILER_ID STREQUAL Clang)  # whose sanitizers are linked into programs only
+    target_link_options(QV_3D PRIVATE -Wl,--no-undefined)
+  endif()
 endif()
 
 add_library(qv_internal STATIC)

@@ -132,8 +132,6 @@ std::string UnderstoodAs(const SurfaceReport& r) {
     text += fmt::format("; it does not state how far its samples are apart, 1 {} was taken", unit);
   } else if (file.lateralMetres == 0) {
     text += fmt::format("; it names no unit for the distance of its samples, {} was taken", unit);
-  } else {
-    text += "; it states the distance of its samples";
   }
   return text;
 }
