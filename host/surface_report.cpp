@@ -266,7 +266,7 @@ ReportPicture SpectrumPicture(const HeightMap& whole, bool wasFilled, const std:
   Image image(picture.width, picture.height, kPaper);
   ImageCanvas canvas(image);
   DrawFields(canvas, image, picture);
-  const std::string caption = "Amplitudes of the waves; a line from the middle runs across their crests.";
+  const std::string caption = kSpectrumCaption;
   return {"Spectrum", wasFilled ? caption + " Missing samples were filled from around for it." : caption, "",
           EncodePng(image)};
 }

@@ -32,7 +32,7 @@ Field FieldOf(const HeightMap& correlation, const Unit& unit) {
   field.bottom = -correlation.height * y / 2;
   field.top = -field.bottom;
   field.xName = fmt::format("lag in x / {}", unit.name);
-  field.yName = "in y";
+  field.yName = fmt::format("lag in y / {}", unit.name);
   field.valueName = "correlation";
   field.low = std::min(HeightRange(correlation).first, 0.0f);
   field.high = 1;

@@ -82,7 +82,10 @@ class FieldPainter {
     canvas_.Fill(x - 1, y_ - 1, width + 2, height_ + 2, kQuiet);
     for (int row = 0; row < height_; ++row)
       canvas_.Fill(x, y_ + row, width, 1, ColourAt(1 - row / (height_ - 1.0)));
-    canvas_.Text(x + width / 2.0, y_ - 0.75 * u, field_.valueName, u, kQuiet, Align::kCentre);
+    // Over the middle of the bar, where the y axis' name leaves room; a narrow field leaves it at the right.
+    const bool narrow = width_ < 14 * u;
+    canvas_.Text(narrow ? x : x + width / 2.0, y_ - 0.75 * u, field_.valueName, u, kQuiet,
+                 narrow ? Align::kLeft : Align::kCentre);
     for (const Tick& tick : LinearTicks(field_.low, field_.high, std::clamp(height_ / (3 * u), 1, 8))) {
       const double at = y_ + (field_.high - tick.value) / (field_.high - field_.low) * (height_ - 1);
       canvas_.Fill(x + width + 1, std::round(at), u / 2.0, 1, kQuiet);

@@ -34,7 +34,7 @@ FieldPicture PictureOf(const Spectrum& s, const std::optional<Wave>& wave, const
   field.high = *std::max_element(field.values.begin(), field.values.end());
   field.low = field.high - decades;
   FieldPicture picture;
-  picture.subtitle = "Amplitudes of the waves; a line from the middle runs across their crests.";
+  picture.subtitle = kSpectrumCaption;
   if (wave) picture.subtitle += " Dominant wave: " + TextOf(*wave, units);
   picture.fields.push_back(std::move(field));
   return picture;

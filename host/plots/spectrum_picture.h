@@ -19,6 +19,10 @@ struct SpectrumUnits {
 
 std::string TextOf(const Wave& wave, const SpectrumUnits& units);
 
+/// How to read the picture.
+inline constexpr const char* kSpectrumCaption =
+    "Amplitudes of the waves; a line from the middle runs across their crests.";
+
 /// Amplitudes in so many decades by frequency in x and y, without a title.
 FieldPicture PictureOf(const Spectrum& s, const std::optional<Wave>& wave, const SpectrumUnits& units,
                        double decades);

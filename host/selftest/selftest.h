@@ -22,7 +22,7 @@ Checks RunChecks(const Gauges& gauges, const SelftestRequest& request, Progress&
 /// Spoils a gauge, so that checks of it must fail; false where there is none of the name.
 bool Disturb(Gauges& gauges, const std::string& name);
 
-/// Writes every gauge into a folder, the height maps as rows of numbers, and returns the files.
+/// Writes every gauge into a folder, the height maps as SDF, and returns the files.
 std::vector<std::filesystem::path> WriteGauges(const std::filesystem::path& folder, const Gauges& gauges);
 
 }  // namespace qv3d
